@@ -1,0 +1,15 @@
+// Reciprocal table for dividing by an alpha value: x / a == (x * global_adt[a]) >> 16,
+// truncating. Entry 0 is 0 so that dividing by a transparent alpha yields 0.
+#ifndef FLOWER_ALPHADIVIDE_H
+#define FLOWER_ALPHADIVIDE_H
+
+#include "local_system.h"
+
+extern "C" FLOWER_API const u32 global_adt[256];
+
+inline u32 AlphaDivide(u32 x, u32 alpha)
+{
+    return (x * global_adt[alpha]) >> 16;
+}
+
+#endif

@@ -1,0 +1,67 @@
+# make test : install missing Debian packages, build Release and sanitizer
+#             builds, run every test in each; fails on any failure or report.
+# make demo : (added with the title renderer)
+
+JOBS ?= $(shell nproc)
+DEB_PACKAGES := cmake make g++ clang libclang-rt-14-dev pkg-config \
+                libgtest-dev libgmock-dev libbenchmark-dev \
+                libpng-dev libfreetype-dev fonts-dejavu-core
+CMAKE_COMMON := -DFLOWER_WERROR=ON
+SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
+
+# Sanitizer reports must fail the run, never just print.
+export ASAN_OPTIONS := detect_leaks=1:abort_on_error=1:strict_string_checks=1:detect_stack_use_after_return=1
+export UBSAN_OPTIONS := print_stacktrace=1:halt_on_error=1
+export TSAN_OPTIONS := halt_on_error=1:second_deadlock_stack=1
+
+.PHONY: all deps build test test-release test-sanitize test-thread format clean
+
+all: build
+
+deps:
+	@missing=""; \
+	for p in $(DEB_PACKAGES); do \
+	  dpkg-query -W -f='$${Status}' $$p 2>/dev/null | grep -q 'ok installed' || missing="$$missing $$p"; \
+	done; \
+	if [ -n "$$missing" ]; then \
+	  echo "Installing Debian packages:$$missing"; \
+	  $(SUDO) apt-get update && \
+	  DEBIAN_FRONTEND=noninteractive $(SUDO) apt-get install -y --no-install-recommends $$missing; \
+	fi
+
+build/release/CMakeCache.txt: | deps
+	cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release $(CMAKE_COMMON)
+
+build/sanitize/CMakeCache.txt: | deps
+	CC=clang CXX=clang++ cmake -S . -B build/sanitize -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DFLOWER_SANITIZE=address,undefined -DFLOWER_BUILD_BENCH=OFF $(CMAKE_COMMON)
+
+build/thread/CMakeCache.txt: | deps
+	cmake -S . -B build/thread -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DFLOWER_SANITIZE=thread -DFLOWER_BUILD_BENCH=OFF -DFLOWER_BUILD_TOOLS=OFF $(CMAKE_COMMON)
+
+build: build/release/CMakeCache.txt
+	cmake --build build/release -j $(JOBS)
+
+test-release: build/release/CMakeCache.txt
+	@echo "=== Release build (g++) ==="
+	cmake --build build/release -j $(JOBS)
+	cd build/release && ctest --output-on-failure -j $(JOBS)
+
+test-sanitize: build/sanitize/CMakeCache.txt
+	@echo "=== AddressSanitizer + UndefinedBehaviorSanitizer build (clang) ==="
+	cmake --build build/sanitize -j $(JOBS)
+	cd build/sanitize && ctest --output-on-failure -j $(JOBS)
+
+test-thread: build/thread/CMakeCache.txt
+	@echo "=== ThreadSanitizer build (g++), threading tests ==="
+	cmake --build build/thread -j $(JOBS)
+	cd build/thread && ctest --output-on-failure -j $(JOBS) -L threads
+
+test: test-release test-sanitize test-thread
+
+format:
+	clang-format -i $$(git ls-files '*.h' '*.cpp')
+
+clean:
+	rm -rf build out
