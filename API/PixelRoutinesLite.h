@@ -78,6 +78,11 @@ FLOWER_API void ResetFunctions(void);
 FLOWER_API int SelectCEEFunctions(void);
 FLOWER_API int InitCPUSpecificFunctions(int flag);
 
+// --- Blits, fades and cross-fades ---------------------------------------------
+
+// --- Crawls --------------------------------------------------------------------
+
+
 } // extern "C"
 
 #endif
