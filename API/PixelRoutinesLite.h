@@ -80,6 +80,54 @@ FLOWER_API int InitCPUSpecificFunctions(int flag);
 
 // --- Blits, fades and cross-fades ---------------------------------------------
 
+// Each operation calls PreOp, then the routine in its slot once per row (top
+// row first, every buffer stepped by its own pitch, so a negative pitch walks
+// upwards), then PostOp, and returns 1. Composit, CompositWithOpacity,
+// CrossFade and ShapedCrossFade also call CheckTimeSlice after every row. A
+// width or height below 1 runs no row; an unselected slot leaves rows as they
+// are. A destination may be its own source with the same pitch. Pels are
+// 0xAARRGGBB with straight alpha; nothing is checked or clipped.
+
+// Copies width x height pels.
+FLOWER_API int Blit(char* dst, int dstPitch, const char* src, int srcPitch, int width, int height);
+
+// Fills the rectangle with `colour` (a Pel).
+FLOWER_API int BlitColour(char* dst, int dstPitch, int width, int height, int colour);
+
+// dst = top over bottom, per pel as CompositPel (inlinepelops.h).
+FLOWER_API int Composit(char* dst, int dstPitch, const char* bottom, int bottomPitch,
+                        const char* top, int topPitch, int width, int height);
+
+// Top over bottom after scaling each alpha by its opacity, (A * opacity) / 255
+// truncating (opacities 0..255). A transparent scaled bottom or an opaque
+// scaled top yields the top with its scaled alpha. Opacities of 255 hand each
+// row to the routine in the ScanlineComposit slot.
+FLOWER_API int CompositWithOpacity(char* dst, int dstPitch, const char* bottom, int bottomPitch,
+                                   const char* top, int topPitch, int width, int height,
+                                   int bottomOpacity, int topOpacity);
+
+// Alpha-weighted mix of straight-colour pels (weights 0..256 summing to 256):
+// with ea = Aa.weightA, eb = Ab.weightB, colour (Cb.eb + Ca.ea) / (ea + eb),
+// alpha (ea + eb) >> 8, truncating; 0 where ea + eb is 0. Equal pels pass.
+FLOWER_API int CrossFade(char* dst, int dstPitch, const char* srcA, int srcAPitch,
+                         const char* srcB, int srcBPitch, int width, int height, int weightA,
+                         int weightB);
+
+// Linear mix of all four channels, (Xb.weightB + Xa.weightA) / 256 truncating,
+// for pels whose colour is already weighted by their shape. Equal pels pass.
+FLOWER_API int ShapedCrossFade(char* dst, int dstPitch, const char* srcA, int srcAPitch,
+                               const char* srcB, int srcBPitch, int width, int height, int weightA,
+                               int weightB);
+
+// Colour copied, alpha (A * level) / 256 truncating toward zero (level 0..256;
+// 256 keeps alpha).
+FLOWER_API int Fade(char* dst, int dstPitch, const char* src, int srcPitch, int width, int height,
+                    int level);
+
+// Colour channels become DivideBy255(C * A); alpha is kept.
+FLOWER_API int PreMultAlpha(char* dst, int dstPitch, const char* src, int srcPitch, int width,
+                            int height);
+
 // --- Crawls --------------------------------------------------------------------
 
 
