@@ -130,6 +130,48 @@ FLOWER_API int PreMultAlpha(char* dst, int dstPitch, const char* src, int srcPit
 
 // --- Crawls --------------------------------------------------------------------
 
+// A crawl copies the visible part of a source strip into the destination at a
+// horizontal scroll position: transparent black left of leftEdge - leftFadeWidth,
+// a fade-in ending at leftEdge, the strip unchanged up to rightEdge, a fade-out of
+// rightFadeWidth columns, transparent black after it. Column x of each row comes
+// from source column p + x, where p is position reduced into 0..period-1; the
+// strip must hold p + width pixels per row (one more for the sub-pixel forms).
+// When leftEdge <= 0 and rightEdge >= width - 1 the rows are copied whole and the
+// fades are ignored. Edges that cross (leftEdge > rightEdge) both move to
+// leftEdge + (leftEdge - rightEdge) / 2. Fade widths below 0 count as 0.
+// Gradient levels run in 1/256 steps of an 8-bit factor, 0 to 0xFF00 across a
+// fade; a fade clipped by the left picture edge starts 256 times too high, so its
+// first column's alpha wraps, and one clipped by the right edge starts below 0:
+// both are kept as hosts know them.
+// Calls PreOp and PostOp once each and never CheckTimeSlice; a span entirely
+// outside the picture clears the rectangle through BlitColour (which brackets
+// itself with its own PreOp/PostOp). Always returns 1.
+// Left to the caller, unchecked beyond what keeps memory safe:
+// - period must be at least 1; a smaller period writes nothing.
+// - a null src with a span inside the picture writes nothing.
+// - fraction is meant as 0..256 (the weight of the next source pixel); other
+//   values follow the same formulas in wrapping 32-bit weights.
+// - a fade width of 0 on a side whose fade zone lies inside the picture gives
+//   that side a hard edge (the gradient is skipped), never a division by zero.
+FLOWER_API int CrawlBlit(char* dst, int dstPitch, const char* src, int srcPitch, int width,
+                         int height, int position, int period, int leftEdge, int leftFadeWidth,
+                         int rightEdge, int rightFadeWidth);
+
+// CrawlBlit at position + fraction / 256, each pixel an alpha-weighted mix of
+// source pixels x (weight 256 - fraction) and x + 1 (weight fraction).
+FLOWER_API int SubpixCrawlBlit(char* dst, int dstPitch, const char* src, int srcPitch, int width,
+                               int height, int position, int fraction, int period, int leftEdge,
+                               int leftFadeWidth, int rightEdge, int rightFadeWidth);
+
+// SubpixCrawlBlit for shaped pixels (colour already weighted by alpha): all four
+// channels are mixed linearly and faded alike. In the fully visible span the
+// current pixel takes weight fraction and the next 256 - fraction, the reverse of
+// the fades and of SubpixCrawlBlit; hosts rely on that.
+FLOWER_API int ShapedSubpixCrawlBlit(char* dst, int dstPitch, const char* src, int srcPitch,
+                                     int width, int height, int position, int fraction, int period,
+                                     int leftEdge, int leftFadeWidth, int rightEdge,
+                                     int rightFadeWidth);
+
 
 } // extern "C"
 
