@@ -70,12 +70,48 @@ FLOWER_API extern ScanlineCrossFadeRoutine ScanlineShapedCrossFade;
 FLOWER_API extern ScanlineCrawlGradientBlitRoutine ScanlineShapedCrawlGradientBlit;
 FLOWER_API extern ScanlineSubpixCrawlBlitRoutine ScanlineShapedSubpixCrawlBlit;
 FLOWER_API extern ScanlineSubpixCrawlGradientBlitRoutine ScanlineShapedSubpixCrawlGradientBlit;
+
+// Rolls build a destination rectangle from the lines of a source strip that
+// repeats every `period` lines (period >= 1). Row i takes source line
+// startLine + i * lineStep (startLine reduced into 0..period-1 first); rows
+// above topFadeEnd fade in over the topFadeWidth rows ending there, rows below
+// bottomFadeStart fade out over bottomFadeWidth rows, and alpha follows the
+// eased scale 256 - (256 - F)^2 / 256 of the fade factor F (0..256). A zone
+// width of 0 or less has no ramp: the whole zone is transparent. Each roll
+// calls PreOp and PostOp and returns 1. A period below 1 is a caller error:
+// the roll returns 0 at once and touches nothing. Lines must stay inside the
+// source: a negative lineStep that takes the line below 0 reads before `src`
+// in the sub-line rolls.
+//
+// Sub-line roll at `fraction`/256 of a line (0..255) through a three-line
+// filter of blur `filterStrength` (0..128): weights (d, 256 - f - 2d, f + d)
+// for the lines above, at and below the current one, d = (128 - f) k / 128,
+// or past half a line (256 - f + d, f - 2d, d) about the next line, d = (f -
+// 128) k / 128. Each colour is the alpha-weighted mean of the three lines and
+// alpha the weighted sum >> 8. Where fades apply (topFadeEnd > 0 or
+// bottomFadeStart < height) each row scales the weights left by the previous
+// row, so fades accumulate down the rectangle. Zone ends count as inside.
 FLOWER_API extern RollBlitDataSubPixRoutine RollBlastDataSubPix;
+
+// As RollBlastDataSubPix with plain weights (256 - fraction, fraction) for the
+// current and the next line. Here `srcPitch` is four times the byte pitch: a
+// line starts (line * srcPitch) / 4 bytes after `src`.
 FLOWER_API extern RollBlitDataSubPixNoFilterRoutine RollBlastDataSubPixNoFilter;
+
+// Whole-line roll: rows are copied, and a faded row gets alpha (A * Q) / 256
+// (rows whose fade factor is 241 or more are copied as they are). Zone ends
+// count as outside. Returns 0 with nothing touched if dst is null.
 FLOWER_API extern RollCopyDataRoutine RollCopyData;
 
+// Puts UninitializedFunctionPointer into every slot but
+// ScanlineShapedCrawlGradientBlit, which nothing ever selects.
 FLOWER_API void ResetFunctions(void);
+
+// Puts the portable routine of each slot (but ScanlineShapedCrawlGradientBlit)
+// into it. Returns 1. Not synchronised: select before any buffer operation.
 FLOWER_API int SelectCEEFunctions(void);
+
+// The same as SelectCEEFunctions; `flag` is ignored. Returns 1.
 FLOWER_API int InitCPUSpecificFunctions(int flag);
 
 // --- Blits, fades and cross-fades ---------------------------------------------

@@ -1,20 +1,249 @@
-// Roll data routines (being written).
+// Roll data routines: build a destination rectangle from the lines of a
+// repeating source strip, with fade zones at the top and the bottom.
+//
+// Line numbers are kept in 64 bits so that long rolls and large steps cannot
+// overflow; fade arithmetic is 64-bit as well, which leaves every in-range
+// call defined. A period below 1 would make the reduction of the start line
+// endless; the routines return 0 at once instead (see PixelRoutinesLite.h).
+#include "PixelRoutinesLite/BufferTable.h"
 #include "PixelRoutinesLite/CEE.h"
+#include "PixelRoutinesLite/PelIO.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace {
+
+using BufferTable::CallSlot;
+using PelIO::LoadPel;
+using PelIO::StorePel;
+
+// Start from line - period, add period until not negative, subtract it while
+// not below period: the non-negative remainder, computed in one step.
+std::int64_t ReduceLine(std::int64_t line, int period)
+{
+    const std::int64_t r = line % period;
+    return r < 0 ? r + period : r;
+}
+
+enum class ZoneEdge { Strict, Inclusive };
+
+struct FadeZones {
+    int topFadeEnd, topFadeWidth, bottomFadeStart, bottomFadeWidth;
+    ZoneEdge edge;
+
+    // F(row) in 0..256. Inside a zone the width is at least 1 (the row lies
+    // strictly between the zone's ends), so the divisions are defined.
+    int Factor(int row) const
+    {
+        const std::int64_t i = row;
+        const bool inclusive = edge == ZoneEdge::Inclusive;
+        std::int64_t f = 256;
+        if (i < topFadeEnd) {
+            const std::int64_t start = std::int64_t(topFadeEnd) - topFadeWidth;
+            f = 0;
+            if (inclusive ? i >= start : i > start)
+                f = (i - start) * 256 / topFadeWidth;
+        }
+        if (i > bottomFadeStart) {
+            const std::int64_t end = std::int64_t(bottomFadeStart) + bottomFadeWidth;
+            std::int64_t g = 0;
+            if (inclusive ? end >= i : end > i)
+                g = std::min(f, (end - i) * 256 / bottomFadeWidth);
+            f = g;
+        }
+        return static_cast<int>(f);
+    }
+};
+
+u32 Squared256Complement(int fade)
+{
+    const u32 c = 256u - static_cast<u32>(fade);
+    return c * c;
+}
+
+// Quadratic ease-out of the fade factor: alpha follows Q = 256 - (256 - F)^2 / 256.
+u32 EasedScale(int fade)
+{
+    return 256u - (Squared256Complement(fade) >> 8);
+}
+
+const char* SourceLine(const char* src, std::int64_t lineIndex, int srcPitch)
+{
+    return src + static_cast<std::ptrdiff_t>(lineIndex * srcPitch);
+}
+
+char* DestRow(char* dst, int row, int dstPitch)
+{
+    return dst + static_cast<std::ptrdiff_t>(row) * dstPitch;
+}
+
+void CopyRowScaledAlpha(char* dst, const char* src, int width, u32 scale)
+{
+    for (int x = 0; x < width; ++x) {
+        const Pel p = LoadPel(src, x);
+        const u32 alpha = PelAlpha(p) * scale / 256u;
+        StorePel(dst, x, (p & 0x00FFFFFFu) | (alpha & 0xFFu) << 24);
+    }
+}
+
+void CopyRow(char* dst, const char* src, int width)
+{
+    if (width > 0 && dst != src)
+        std::memmove(dst, src, static_cast<std::size_t>(width) * 4u);
+}
+
+// The weights of the lines that feed one destination row, top line first.
+template <int N>
+struct LineWeights {
+    int w[N];
+
+    // The scaled weights carry over to later rows: fades of successive rows
+    // multiply, so one fully transparent row empties the rest.
+    void Fade(u32 scale)
+    {
+        for (int& weight : w)
+            weight = static_cast<int>(std::int64_t(weight) * scale / 256);
+    }
+};
+
+// Colour = sum(C.e) / s and alpha = s >> 8 with e = A.w and s = sum(e), all
+// unsigned; 0 where s is 0. Lines are given top first.
+template <int N>
+void MixLines(char* dst, const char* const (&lines)[N], const LineWeights<N>& weights, int width)
+{
+    for (int x = 0; x < width; ++x) {
+        Pel p[N];
+        u32 e[N];
+        u32 s = 0;
+        for (int k = 0; k < N; ++k) {
+            p[k] = LoadPel(lines[k], x);
+            e[k] = PelAlpha(p[k]) * static_cast<u32>(weights.w[k]);
+            s += e[k];
+        }
+        if (s == 0u) {
+            StorePel(dst, x, 0u);
+            continue;
+        }
+        u32 sum[3] = {0, 0, 0};
+        for (int k = N - 1; k >= 0; --k) {
+            sum[0] += PelBlue(p[k]) * e[k];
+            sum[1] += PelGreen(p[k]) * e[k];
+            sum[2] += PelRed(p[k]) * e[k];
+        }
+        StorePel(dst, x, MakePel(sum[0] / s, sum[1] / s, sum[2] / s, s >> 8));
+    }
+}
+
+bool FadeApplies(int topFadeEnd, int bottomFadeStart, int height)
+{
+    return topFadeEnd > 0 || bottomFadeStart < height;
+}
+
+// (k, 256 - 2k, k) blur at fraction 0, two-line interpolation near 128; past
+// 128 the next line becomes the centre.
+LineWeights<3> FilterWeights(int fraction, int strength, std::int64_t& line)
+{
+    const std::int64_t f = fraction;
+    if (f < 128) {
+        const std::int64_t d = (128 - f) * strength / 128;
+        return {{static_cast<int>(d), static_cast<int>(256 - f - 2 * d),
+                 static_cast<int>(f + d)}};
+    }
+    const std::int64_t d = (f - 128) * strength / 128;
+    ++line;
+    return {{static_cast<int>(256 - f + d), static_cast<int>(f - 2 * d), static_cast<int>(d)}};
+}
+
+} // namespace
 
 extern "C" {
 
-int CEE_RollCopyData(char*, const char*, int, int, int, int, int, int, int, int, int, int, int)
+int CEE_RollCopyData(char* dst, const char* src, int width, int height, int dstPitch, int srcPitch,
+                     int startLine, int lineStep, int period, int topFadeEnd, int topFadeWidth,
+                     int bottomFadeStart, int bottomFadeWidth)
 {
+    if (dst == nullptr || period < 1)
+        return 0;
+    tagMMXState state{};
+    CallSlot(PreOp, &state);
+    std::int64_t line = ReduceLine(startLine, period);
+    const FadeZones zones{topFadeEnd, topFadeWidth, bottomFadeStart, bottomFadeWidth,
+                          ZoneEdge::Strict};
+    for (int row = 0; row < height; ++row) {
+        line = ReduceLine(line, period);
+        char* out = DestRow(dst, row, dstPitch);
+        const char* in = SourceLine(src, line, srcPitch);
+        const int fade = zones.Factor(row);
+        // (256 - F)^2 < 256 leaves every alpha as it is.
+        if (Squared256Complement(fade) < 256u)
+            CopyRow(out, in, width);
+        else
+            CopyRowScaledAlpha(out, in, width, EasedScale(fade));
+        line += lineStep;
+    }
+    CallSlot(PostOp, &state);
     return 1;
 }
-int CEE_RollBlitDataSubPix(char*, const char*, int, int, int, int, int, int, int, int, int, int,
-                           int, int, int)
+
+int CEE_RollBlitDataSubPix(char* dst, const char* src, int width, int height, int dstPitch,
+                           int srcPitch, int startLine, int lineStep, int fraction, int period,
+                           int filterStrength, int topFadeEnd, int topFadeWidth,
+                           int bottomFadeStart, int bottomFadeWidth)
 {
+    if (period < 1)
+        return 0;
+    tagMMXState state{};
+    CallSlot(PreOp, &state);
+    std::int64_t line = ReduceLine(startLine, period);
+    LineWeights<3> weights = FilterWeights(fraction, filterStrength, line);
+    const bool fades = FadeApplies(topFadeEnd, bottomFadeStart, height);
+    const FadeZones zones{topFadeEnd, topFadeWidth, bottomFadeStart, bottomFadeWidth,
+                          ZoneEdge::Inclusive};
+    for (int row = 0; row < height; ++row) {
+        if (fades)
+            weights.Fade(EasedScale(zones.Factor(row)));
+        const char* const lines[3] = {
+            SourceLine(src, (period - 1 + line) % period, srcPitch),
+            SourceLine(src, line % period, srcPitch),
+            SourceLine(src, (line + 1) % period, srcPitch),
+        };
+        MixLines(DestRow(dst, row, dstPitch), lines, weights, width);
+        line += lineStep;
+    }
+    CallSlot(PostOp, &state);
     return 1;
 }
-int CEE_RollBlitDataSubPixNoFilter(char*, const char*, int, int, int, int, int, int, int, int, int,
-                                   int, int, int)
+
+int CEE_RollBlitDataSubPixNoFilter(char* dst, const char* src, int width, int height,
+                                   int dstPitch, int srcPitch, int startLine, int lineStep,
+                                   int fraction, int period, int topFadeEnd, int topFadeWidth,
+                                   int bottomFadeStart, int bottomFadeWidth)
 {
+    if (period < 1)
+        return 0;
+    tagMMXState state{};
+    CallSlot(PreOp, &state);
+    std::int64_t line = ReduceLine(startLine, period);
+    LineWeights<2> weights{{static_cast<int>(256 - std::int64_t(fraction)), fraction}};
+    const bool fades = FadeApplies(topFadeEnd, bottomFadeStart, height);
+    const FadeZones zones{topFadeEnd, topFadeWidth, bottomFadeStart, bottomFadeWidth,
+                          ZoneEdge::Inclusive};
+    // This routine's source pitch is four times the byte pitch, so a line's
+    // byte offset is (lineIndex * srcPitch) / 4.
+    const auto sourceLine = [&](std::int64_t lineIndex) {
+        return src + static_cast<std::ptrdiff_t>(lineIndex * srcPitch / 4);
+    };
+    for (int row = 0; row < height; ++row) {
+        if (fades)
+            weights.Fade(EasedScale(zones.Factor(row)));
+        const char* const lines[2] = {sourceLine(line % period), sourceLine((line + 1) % period)};
+        MixLines(DestRow(dst, row, dstPitch), lines, weights, width);
+        line += lineStep;
+    }
+    CallSlot(PostOp, &state);
     return 1;
 }
 
