@@ -36,8 +36,7 @@ extern "C" {
 typedef void (*FreeFunction)(u8* block, void* data);
 
 // Returns `size` bytes and stores their free pair, or null. `data` is the hook's datum.
-typedef u8* (*BufferAllocFunction)(i32 size, FreeFunction* outFree, void** outFreeData,
-                                   void* data);
+typedef u8* (*BufferAllocFunction)(i32 size, FreeFunction* outFree, void** outFreeData, void* data);
 
 // Returns width x height pixels and stores the row pitch in bytes and the free pair, or null.
 typedef u8* (*PelAllocFunction)(u32 width, u32 height, u32* outRowBytes, FreeFunction* outFree,
@@ -96,7 +95,7 @@ namespace Marrow {
 // The handle type. Its virtual operations are the whole layer protocol; hosts
 // normally use the exported functions below instead of calling them.
 class FLOWER_API StubLayer {
-public:
+  public:
     StubLayer() = default;
     StubLayer(const StubLayer&) = delete;
     StubLayer& operator=(const StubLayer&) = delete;
@@ -131,13 +130,13 @@ public:
 } // namespace Marrow
 
 class FLOWER_API LayerInterface : public Marrow::StubLayer {
-public:
+  public:
     ~LayerInterface() override;
 };
 
 // Reference count, object free pair and update list, shared by every layer.
 class FLOWER_API LayerCommon : public LayerInterface {
-public:
+  public:
     LayerCommon();
     ~LayerCommon() override;
 
@@ -152,11 +151,11 @@ public:
     bool UpdateRegion(const LayerRegion& region) override;
     bool TranslateValidLayerRegion(i32 dx, i32 dy) override;
 
-protected:
+  protected:
     // Calls this layer's own update functions only, in attachment order.
     bool NotifyUpdateFunctions(const LayerRegion& region);
 
-private:
+  private:
     struct UpdateEntry {
         UpdateFunction function;
         void* data;
@@ -177,7 +176,7 @@ private:
 
 // A layer over one pixel buffer, which it releases through its pixel free pair.
 class FLOWER_API BasicLayer : public LayerCommon {
-public:
+  public:
     // Stores the arguments unchecked; the layer owns the buffer from now on.
     BasicLayer(u8* pixels, i32 width, i32 height, i32 rowBytes, FreeFunction pixelFree,
                void* pixelFreeData);
@@ -190,19 +189,19 @@ public:
     bool GetValidRegion(LayerRegion& region) const override;
     i32 Type() const override;
 
-protected:
-    u8* pixels;
-    i32 width;
-    i32 height;
-    i32 rowBytes;
-    FreeFunction pixelFree;
-    void* pixelFreeData;
+  protected:
+    u8* buffer; // row 0
+    i32 bufferWidth;
+    i32 bufferHeight;
+    i32 bufferRowBytes;
+    FreeFunction bufferFree;
+    void* bufferFreeData;
 };
 
 // A view of a rectangle of a parent layer, in coordinates starting at the
 // rectangle's top-left corner. Holds a reference on the parent throughout.
 class FLOWER_API ClippedLayer : public LayerCommon {
-public:
+  public:
     explicit ClippedLayer(Marrow::StubLayer* parent);
     ~ClippedLayer() override;
 
@@ -215,12 +214,12 @@ public:
     i32 Type() const override;
     // Own update functions first, then the parent's, with the region moved.
     bool UpdateRegion(const LayerRegion& region) override;
-    // Moves the view to `clip`, in the parent's coordinates, unchecked.
-    virtual bool Clip(const LayerRegion& clip);
+    // Moves the view to `region`, in the parent's coordinates, unchecked.
+    virtual bool Clip(const LayerRegion& region);
 
-private:
-    Marrow::StubLayer* parent;
-    LayerRegion clip;
+  private:
+    Marrow::StubLayer* parentLayer;
+    LayerRegion clipRegion;
 };
 
 // ===========================================================================
@@ -230,11 +229,11 @@ private:
 // One open access. Filled by the Begin functions; a reference on `layer` is
 // held until the matching End call.
 struct LayerAccess {
-    u8* pixels;        // the top-left pixel of `region`
-    i32 rowBytes;      // bytes from one row to the next
+    u8* pixels;         // the top-left pixel of `region`
+    i32 rowBytes;       // bytes from one row to the next
     LayerRegion region; // the rectangle accessed, in the layer's coordinates
     Marrow::StubLayer* layer;
-    void* token;       // for the layer's EndAccess; never null while open
+    void* token; // for the layer's EndAccess; never null while open
 };
 
 // Two accesses over one common rectangle.
@@ -260,9 +259,8 @@ FLOWER_API Marrow::StubLayer* CreateLayerRaw(i32 width, i32 height);
 // A layer over the caller's buffer, unchecked. Once it exists it owns the buffer
 // and calls freeFunction(pixels, data) when destroyed (if non-null); on failure
 // (null result) the buffer stays the caller's.
-FLOWER_API Marrow::StubLayer* CreateCompatibleLayer(u8* pixels, i32 width, i32 height,
-                                                    i32 rowBytes, FreeFunction freeFunction,
-                                                    void* data);
+FLOWER_API Marrow::StubLayer* CreateCompatibleLayer(u8* pixels, i32 width, i32 height, i32 rowBytes,
+                                                    FreeFunction freeFunction, void* data);
 
 // Releases one reference; the last frees the pixels, then the object.
 FLOWER_API void DeleteLayer(Marrow::StubLayer* layer);
@@ -320,8 +318,7 @@ FLOWER_API bool BeginIntersectAccessLayer(LayerIntersectAccess* access, Marrow::
 
 // As BeginIntersectAccessLayer, within `region`.
 FLOWER_API bool BeginRegionIntersectAccessLayer(LayerIntersectAccess* access,
-                                                Marrow::StubLayer* first,
-                                                Marrow::StubLayer* second,
+                                                Marrow::StubLayer* first, Marrow::StubLayer* second,
                                                 const LayerRegion* region);
 
 // Ends the first access, then the second; true when both ended.
@@ -333,12 +330,10 @@ FLOWER_API bool EndIntersectAccessLayer(LayerIntersectAccess* access);
 
 // Appends (function, datum), or moves it to the end if attached; false for a null
 // layer or function, or when memory runs out.
-FLOWER_API bool AttachUpdateFunction(Marrow::StubLayer* layer, UpdateFunction function,
-                                     void* data);
+FLOWER_API bool AttachUpdateFunction(Marrow::StubLayer* layer, UpdateFunction function, void* data);
 
 // Removes (function, datum). Always returns false, found or not.
-FLOWER_API bool DetachUpdateFunction(Marrow::StubLayer* layer, UpdateFunction function,
-                                     void* data);
+FLOWER_API bool DetachUpdateFunction(Marrow::StubLayer* layer, UpdateFunction function, void* data);
 
 // Notifies the layer's update functions of `region` (null: the whole layer).
 // True when every function returned true; false for a null layer.
