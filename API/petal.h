@@ -24,6 +24,7 @@
 #include <atomic>
 
 #include "LayerRegion.h"
+#include "inlinepelops.h"
 #include "local_system.h"
 
 namespace Marrow {
