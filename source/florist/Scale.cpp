@@ -1,0 +1,507 @@
+// Area-averaging (shrink) and two-tap linear (enlarge) scaling: the per-axis
+// scale lists, the row-streaming scaler and the layer front end.
+//
+// Per output pixel, over its footprint (rows first to last, columns first to
+// last; weight w = row weight x column weight):
+//     sumA += a.w;  sumC += c.a.w (c = b, g, r);  rest -= w   (rest starts at 1)
+// except that the bottom-right corner, when both a last row and a last column
+// exist, is read but not added; then the last pixel read is added once more
+// with weight `rest`. The order is the result: this file is built without
+// floating-point contraction.
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+#include "florist.h"
+#include "florist/LayerRows.h"
+#include "stem.h"
+
+using Florist::i64;
+
+// ===========================================================================
+// Scale lists
+// ===========================================================================
+
+namespace {
+
+void ShrinkList(tagScaleList* list, i64 in, i64 out)
+{
+    list[0].ratio = double(out) / double(in);
+    i64 r = 0; // in units where a source pixel is `out` long and an output pixel `in`
+    for (i64 k = 1; k <= out; ++k) {
+        const i64 e = r + in;
+        const i64 count = (e - out) / out;
+        tagScaleList& entry = list[k];
+        entry.count = i32(count);
+        entry.firstWeight = double(out - r) / double(in);
+        entry.lastWeight = double(e - (count + 1) * out) / double(in);
+        entry.advance = i32(count + 1);
+        r = e - (count + 1) * out;
+    }
+}
+
+// The edges clamp: leading pixels repeat source pixel 0, trailing ones the last.
+void EnlargeList(tagScaleList* list, i64 in, i64 out)
+{
+    list[0].ratio = 0.0;
+    i64 p = (in - out) / 2;
+    i64 s = 0;
+    for (i64 k = 1; k <= out; ++k) {
+        tagScaleList& entry = list[k];
+        if (p < 1 || s == in - 1) {
+            entry.firstWeight = 1.0;
+            entry.lastWeight = 0.0;
+            entry.count = -1;
+        } else {
+            entry.firstWeight = double(out - p) / double(out);
+            entry.lastWeight = double(p) / double(out);
+            entry.count = entry.lastWeight > 0 ? 0 : -1;
+        }
+        p += in;
+        if (p >= out) {
+            p -= out;
+            entry.advance = 1;
+            ++s;
+        } else {
+            entry.advance = 0;
+        }
+    }
+}
+
+} // namespace
+
+bool ScaleGenScaleList(tagScaleList* list, int in, int out)
+{
+    if (!list || in < 1 || out < 1)
+        return false;
+    if (in >= out)
+        ShrinkList(list, in, out);
+    else
+        EnlargeList(list, in, out);
+    return true;
+}
+
+bool ScaleGenScale(tagScaleIP_SCALE* scale)
+{
+    if (!scale)
+        return false;
+    ScaleGenScaleList(scale->horizontal, scale->inWidth, scale->outWidth);
+    ScaleGenScaleList(scale->vertical, scale->inHeight, scale->outHeight);
+    return true;
+}
+
+// ===========================================================================
+// The row-streaming scaler
+// ===========================================================================
+
+namespace {
+
+// Ring arithmetic. Indices stay below 2 x lineCount, so this is one subtraction.
+i32 Wrap(i64 index, i32 lineCount)
+{
+    while (index >= lineCount)
+        index -= lineCount;
+    return i32(index);
+}
+
+u32 ClampChannel(double v)
+{
+    if (v >= 255.0)
+        return 255;
+    if (v < 1.0)
+        return 0;
+    return u32(v);
+}
+
+struct Sums {
+    double a = 0, b = 0, g = 0, r = 0;
+
+    void Add(Pel p, double w)
+    {
+        const double alpha = PelAlpha(p);
+        a += alpha * w;
+        b += double(PelBlue(p)) * alpha * w;
+        g += double(PelGreen(p)) * alpha * w;
+        r += double(PelRed(p)) * alpha * w;
+    }
+
+    Pel Result() const
+    {
+        const u32 alpha = ClampChannel(a);
+        if (alpha == 0)
+            return 0;
+        const double divisor = alpha;
+        return MakePel(ClampChannel(b / divisor), ClampChannel(g / divisor),
+                       ClampChannel(r / divisor), alpha);
+    }
+};
+
+// Taps of one axis for one output pixel: the first, `count` middle ones, and a
+// last one when its weight is positive.
+struct Taps {
+    i32 total;
+    bool hasLast;
+    double first, middle, last;
+
+    Taps(const tagScaleList& e, double ratio)
+        : total(1), hasLast(false), first(e.firstWeight), middle(ratio), last(e.lastWeight)
+    {
+        if (e.count != -1) {
+            hasLast = e.lastWeight > 0;
+            total = e.count + 1 + (hasLast ? 1 : 0);
+        }
+    }
+    double Weight(i32 i) const
+    {
+        if (i == 0)
+            return first;
+        return hasLast && i == total - 1 ? last : middle;
+    }
+};
+
+Pel FilterPel(const Pel* const* rows, i64 column, const Taps& v, const Taps& h)
+{
+    Sums sums;
+    double rest = 1.0;
+    Pel lastRead = 0;
+    for (i32 i = 0; i < v.total; ++i) {
+        const double rowWeight = v.Weight(i);
+        const Pel* row = rows[i] + column;
+        const bool lastRow = v.hasLast && i == v.total - 1;
+        for (i32 k = 0; k < h.total; ++k) {
+            lastRead = row[k];
+            if (lastRow && h.hasLast && k == h.total - 1)
+                break;
+            const double w = rowWeight * h.Weight(k);
+            sums.Add(lastRead, w);
+            rest -= w;
+        }
+    }
+    sums.Add(lastRead, rest);
+    return sums.Result();
+}
+
+void ProduceRow(Pel* dst, const ScanlineControl& ctl, const tagScaleList& vEntry)
+{
+    const tagScaleIP_SCALE& scale = *ctl.scale;
+    const Taps v(vEntry, scale.vertical[0].ratio);
+    const double hRatio = scale.horizontal[0].ratio;
+    // Every read position starts at column 0 and moves on together.
+    i64 column = 0;
+    for (i32 j = 0; j < ctl.runWidth; ++j) {
+        const tagScaleList& hEntry = scale.horizontal[i64(ctl.firstColumn) + j + 1];
+        dst[j] = FilterPel(ctl.rowPointers, column, v, Taps(hEntry, hRatio));
+        column += hEntry.advance;
+    }
+}
+
+// Zero-copy intake: the caller wrote the newest line into the ring already.
+bool TakeRingLine(ScanlineControl& ctl, const tagScaleList& v)
+{
+    if (ctl.held + 1 < v.count + (v.lastWeight != 0 ? 1 : 0) + 1) {
+        ctl.needInput = 1;
+        ++ctl.held;
+        return false;
+    }
+    for (i32 i = 0; i <= ctl.held; ++i)
+        ctl.rowPointers[i] = ctl.lines[Wrap(i64(ctl.head) + i, ctl.lineCount)];
+    ctl.head = Wrap(i64(ctl.head) + v.advance, ctl.lineCount);
+    return true;
+}
+
+// Copy intake: lines are kept at ring positions 0.. and the completing line is
+// read where it lies.
+bool TakeCopiedLine(ScanlineControl& ctl, const Pel* src, const tagScaleList& v)
+{
+    const i32 c = v.count;
+    if (ctl.held < c + 1 && !(ctl.row + 1 == ctl.height && ctl.held == c)) {
+        ctl.needInput = 1;
+        Pel* line = ctl.lines[ctl.held];
+        if (line != src)
+            std::memcpy(line, src, size_t(ctl.lineBytes));
+        ++ctl.held;
+        return false;
+    }
+    for (i32 i = 0; i < ctl.held; ++i)
+        ctl.rowPointers[i] = ctl.lines[i];
+    const i32 at = std::max(ctl.held, 0);
+    // Rows past the newest one (the last row of the picture) read the newest.
+    for (i32 i = at; i <= std::max(at, c + 1) && i <= ctl.lineCount; ++i)
+        ctl.rowPointers[i] = src;
+    return true;
+}
+
+} // namespace
+
+extern "C" {
+
+ScanlineControl* BeginScaleScanline(int inWidth, int inHeight, int outWidth, int outHeight)
+{
+    if (inWidth < 1 || inHeight < 1 || outWidth < 1 || outHeight < 1)
+        return nullptr;
+    if (inWidth > INT_MAX / 4)
+        return nullptr;
+    auto* ctl = static_cast<ScanlineControl*>(std::calloc(1, sizeof(ScanlineControl)));
+    if (!ctl)
+        return nullptr;
+    ctl->height = outHeight;
+    ctl->width = ctl->runWidth = outWidth;
+    ctl->scale = static_cast<tagScaleIP_SCALE*>(std::calloc(1, sizeof(tagScaleIP_SCALE)));
+    if (!ctl->scale) {
+        EndScaleScanline(ctl);
+        return nullptr;
+    }
+    tagScaleIP_SCALE& scale = *ctl->scale;
+    scale.inWidth = inWidth;
+    scale.inHeight = inHeight;
+    scale.outWidth = outWidth;
+    scale.outHeight = outHeight;
+    scale.horizontal =
+        static_cast<tagScaleList*>(std::calloc(size_t(outWidth) + 1, sizeof(tagScaleList)));
+    scale.vertical =
+        static_cast<tagScaleList*>(std::calloc(size_t(outHeight) + 1, sizeof(tagScaleList)));
+    if (!scale.horizontal || !scale.vertical) {
+        EndScaleScanline(ctl);
+        return nullptr;
+    }
+    ScaleGenScale(&scale);
+    i32 largest = 0;
+    for (i64 k = 1; k <= outHeight; ++k)
+        largest = std::max(largest, scale.vertical[k].count);
+    ctl->lineCount = largest + 2;
+    ctl->lines = static_cast<Pel**>(std::calloc(size_t(ctl->lineCount), sizeof(Pel*)));
+    ctl->rowPointers =
+        static_cast<const Pel**>(std::calloc(size_t(ctl->lineCount) + 1, sizeof(Pel*)));
+    if (!ctl->lines || !ctl->rowPointers) {
+        EndScaleScanline(ctl);
+        return nullptr;
+    }
+    for (i32 i = 0; i < ctl->lineCount; ++i) {
+        ctl->lines[i] = static_cast<Pel*>(std::calloc(size_t(inWidth), sizeof(Pel)));
+        if (!ctl->lines[i]) {
+            EndScaleScanline(ctl);
+            return nullptr;
+        }
+    }
+    ctl->lineBytes = inWidth * 4;
+    ctl->valid = 1;
+    return ctl;
+}
+
+int OffsetScaleScanline(ScanlineControl* control, int x, int y, int width)
+{
+    if (!control || x < 0 || y < 0 || x > control->width || i64(x) + width > control->width ||
+        y > control->height)
+        return 0;
+    control->firstColumn = x;
+    control->row = y;
+    control->runWidth = width;
+    control->held = 0;
+    control->head = 0;
+    return 1;
+}
+
+} // extern "C"
+
+namespace {
+
+// The source pixels that the first k output pixels of an axis move past.
+i64 AdvanceSum(const tagScaleList* list, i64 size, i64 k)
+{
+    i64 sum = 0;
+    for (i64 i = 1; i <= std::min(k, size); ++i)
+        sum += list[i].advance;
+    return sum;
+}
+
+} // namespace
+
+extern "C" {
+
+bool ConvertRegionScaleScanline(ScanlineControl* control, LayerRegion* region)
+{
+    if (!control)
+        return false;
+    if (!region || !control->scale)
+        return true;
+    const tagScaleIP_SCALE& s = *control->scale;
+    const i64 x = AdvanceSum(s.horizontal, s.outWidth, region->x);
+    const i64 y = AdvanceSum(s.vertical, s.outHeight, region->y);
+    const i64 right = AdvanceSum(s.horizontal, s.outWidth, i64(region->x) + region->width);
+    const i64 bottom = AdvanceSum(s.vertical, s.outHeight, i64(region->y) + region->height);
+    region->x = i32(x);
+    region->y = i32(y);
+    region->width = i32(right - x + 1);
+    region->height = i32(bottom - y + 1);
+    return true;
+}
+
+Pel* GetBufferScaleScanline(ScanlineControl* control)
+{
+    if (!control || !control->valid)
+        return nullptr;
+    return control->lines[Wrap(i64(control->head) + control->held, control->lineCount)];
+}
+
+int ScaleScanline(Pel* dst, const Pel* src, ScanlineControl* control)
+{
+    if (!dst || !control || !control->valid)
+        return 0;
+    ScanlineControl& ctl = *control;
+    ctl.outputReady = 0;
+    ctl.needInput = 0;
+    if (ctl.row >= ctl.height || ctl.row < 0)
+        return 0;
+    const tagScaleList& v = ctl.scale->vertical[i64(ctl.row) + 1];
+    const bool complete = src ? TakeCopiedLine(ctl, src, v) : TakeRingLine(ctl, v);
+    if (!complete)
+        return 1;
+
+    ctl.outputReady = 1;
+    ctl.held -= v.advance;
+    if (ctl.held < 0) {
+        ctl.needInput = 1;
+        ++ctl.held;
+    }
+    ++ctl.row;
+    if (ctl.row >= ctl.height)
+        ctl.needInput = 0;
+    ProduceRow(dst, ctl, v);
+    return 1;
+}
+
+bool EndScaleScanline(ScanlineControl* control)
+{
+    if (!control)
+        return false;
+    if (control->lines) {
+        for (i32 i = 0; i < control->lineCount; ++i)
+            std::free(control->lines[i]);
+        std::free(control->lines);
+    }
+    std::free(control->rowPointers);
+    if (control->scale) {
+        std::free(control->scale->horizontal);
+        std::free(control->scale->vertical);
+        std::free(control->scale);
+    }
+    std::free(control);
+    return true;
+}
+
+} // extern "C"
+
+// ===========================================================================
+// The layer front end
+// ===========================================================================
+
+namespace {
+
+using Florist::HoldsRow;
+using Florist::RowAt;
+using Florist::ScopedAccess;
+
+// Places source row k at its own column of the ring buffer; rows the source
+// does not hold become transparent.
+void FillLine(Pel* line, i32 lineWidth, const LayerAccess& src, i32 k)
+{
+    const i32 x = src.region.x;
+    if (!HoldsRow(src, k)) {
+        GetClearScanline()(line, std::clamp(src.region.width, 0, lineWidth));
+        return;
+    }
+    const i32 at = std::clamp(x, 0, lineWidth);
+    if (x > 0)
+        GetClearScanline()(line, at);
+    const i32 count = std::min(src.region.width, lineWidth - at);
+    if (count > 0)
+        GetCopyScanline()(line + at, RowAt(src, k), count);
+}
+
+// Feeds source rows into the scaler and collects one destination row per
+// completed output, until every row of the destination access is written.
+bool DoSimpleScale(Marrow::StubLayer* dst, Marrow::StubLayer* src, ScanlineControl* ctl,
+                   bool update)
+{
+    ScopedAccess dstAccess, srcAccess;
+    if (!dstAccess.Begin(dst))
+        return false;
+    if (!srcAccess.Begin(src))
+        return false;
+    const LayerAccess& d = *dstAccess;
+    const i32 lineWidth = ctl->lineBytes / 4;
+    // The scaler writes runWidth pixels per row: never more than the row holds.
+    if (Florist::IsEmpty(d) || ctl->runWidth > d.region.width)
+        return false;
+
+    const i32 end = d.region.y + d.region.height;
+    i32 y = d.region.y;
+    i32 k = 0;
+    FillLine(GetBufferScaleScanline(ctl), lineWidth, *srcAccess, k++);
+    ScaleScanline(RowAt(d, y), nullptr, ctl);
+    while (y < end) {
+        if (ctl->needInput) {
+            FillLine(GetBufferScaleScanline(ctl), lineWidth, *srcAccess, k++);
+            if (!ctl->outputReady) {
+                ScaleScanline(RowAt(d, y), nullptr, ctl);
+                continue;
+            }
+        }
+        if (!ctl->outputReady)
+            break; // the scaler has finished short of the access
+        if (++y >= end)
+            break;
+        ScaleScanline(RowAt(d, y), nullptr, ctl);
+    }
+    srcAccess.End();
+    const bool produced = y >= end;
+    if (produced && update)
+        dstAccess.Notify();
+    return produced;
+}
+
+bool CopyIdentical(Marrow::StubLayer* dst, Marrow::StubLayer* src, const LayerRegion& dstRegion,
+                   const LayerRegion& srcRegion, bool update)
+{
+    const LayerRegion common = IntersectLayerRegions(dstRegion, srcRegion);
+    ScopedAccess dstAccess, srcAccess;
+    if (!dstAccess.Begin(dst, common))
+        return false;
+    if (!srcAccess.Begin(src, common))
+        Florist::ClearAccessRows(*dstAccess);
+    else
+        Florist::CopyAccessRows(*dstAccess, *srcAccess);
+    srcAccess.End();
+    if (update)
+        dstAccess.Notify();
+    return true;
+}
+
+} // namespace
+
+extern "C" bool ResizeLayer(Marrow::StubLayer* dst, Marrow::StubLayer* src, bool update)
+{
+    LayerRegion dstRegion, srcRegion, dstValid, srcValid;
+    if (!GetLayerRegion(dst, &dstRegion) || !GetLayerRegion(src, &srcRegion) ||
+        !GetValidLayerRegion(dst, &dstValid) || !GetValidLayerRegion(src, &srcValid))
+        return false;
+    if (dstValid == srcValid)
+        return CopyIdentical(dst, src, dstRegion, srcRegion, update);
+
+    ScanlineControl* ctl =
+        BeginScaleScanline(srcRegion.width, srcRegion.height, dstRegion.width, dstRegion.height);
+    if (!ctl)
+        return false;
+    OffsetScaleScanline(ctl, dstValid.x, dstValid.y, dstValid.width);
+    LayerRegion needed = dstValid;
+    ConvertRegionScaleScanline(ctl, &needed);
+    bool done = false;
+    {
+        Florist::ScopedLayer clipped(CreateClippedLayer(src));
+        if (clipped.get() && ClipLayer(clipped.get(), &needed))
+            done = DoSimpleScale(dst, clipped.get(), ctl, update);
+    }
+    EndScaleScanline(ctl);
+    return done;
+}
