@@ -1,0 +1,117 @@
+#include "Layout.h"
+
+#include <algorithm>
+
+#include "ImageIo.h"
+#include "TextRender.h"
+#include "channel.h"
+#include "florist.h"
+
+namespace title {
+namespace {
+
+Layer SampleBackground(int width, int height)
+{
+    Layer picture(CreateFlower());
+    Layer out = NewLayer(width, height, "background");
+    if (!picture || !ResizeLayer(out.get(), picture.get(), false))
+        throw ToolError("cannot scale the sample picture");
+    return out;
+}
+
+Layer PictureBackground(const std::string& path, int width, int height)
+{
+    Image image = ReadPng(path);
+    // The layer borrows the image's pixels (no free function): it dies first.
+    Layer picture(CreateCompatibleLayer(reinterpret_cast<u8*>(image.pels.data()), image.width,
+                                        image.height, image.width * 4, nullptr, nullptr));
+    Layer out = NewLayer(width, height, "background");
+    if (!picture || !ResizeLayer(out.get(), picture.get(), false))
+        throw ToolError("cannot scale picture '" + path + "'");
+    return out;
+}
+
+Layer MakeBackground(const Options& o)
+{
+    switch (o.background) {
+    case BackgroundKind::Sample:
+        return SampleBackground(o.width, o.height);
+    case BackgroundKind::Picture:
+        return PictureBackground(o.backgroundPath, o.width, o.height);
+    case BackgroundKind::Checker: {
+        Layer out = NewLayer(o.width, o.height, "background");
+        TileLayer(out.get(), GetDefaultBackground(), 0, 0, false);
+        return out;
+    }
+    case BackgroundKind::Colour:
+        break;
+    }
+    Layer out = NewLayer(o.width, o.height, "background");
+    FillLayer(out.get(), Pel(o.backgroundColour));
+    return out;
+}
+
+TextStyle StyleOf(const Options& o)
+{
+    TextStyle s;
+    s.colour = o.colour;
+    s.outline = o.outline;
+    s.outlineColour = o.outlineColour;
+    s.shadow = o.shadow;
+    s.shadowColour = o.shadowColour;
+    return s;
+}
+
+} // namespace
+
+Production Produce(const Options& o)
+{
+    const int w = o.width, h = o.height;
+    const TextStyle style = StyleOf(o);
+    const int margin = StyleMargin(style);
+    const int fontSize = o.fontSize > 0 ? o.fontSize : std::max(12, h / 15);
+    Font font(o.fontPath, fontSize);
+    Layer background = MakeBackground(o);
+
+    std::vector<LayerRegion> bands;
+    CrawlSetup crawl;
+    RollSetup roll;
+    const int pad = std::max(2, h / 90);
+    int rollBottom = h - h / 12;
+    if (o.crawl) {
+        crawl.text = MakeTextLayer(font.RenderLine(o.crawlText, margin), style);
+        const int bandHeight = font.LineHeight() + 2 * pad;
+        const int bandY = std::max(0, h - h / 12 - bandHeight);
+        bands.push_back({0, bandY, w, bandHeight});
+        crawl.y = bandY + pad - margin;
+        crawl.speed = o.crawlSpeed != 0 ? o.crawlSpeed : w / 6.0;
+        crawl.fade = o.fade;
+        rollBottom = bandY - h / 30;
+    }
+    Production p;
+    if (o.roll) {
+        const Coverage block = font.RenderBlock(o.rollLines, margin);
+        const int top = h / 12;
+        const int regionHeight = rollBottom - top;
+        if (regionHeight < 16)
+            throw ToolError("the frame is too small for a roll at this font size");
+        const int regionWidth = std::min(block.width, w);
+        roll.region = {(w - regionWidth) / 2, top, regionWidth, regionHeight};
+        roll.text = MakeTextLayer(block, style);
+        roll.speed = o.rollSpeed != 0 ? o.rollSpeed : h / 8.0;
+        roll.fade = o.fade;
+        roll.filter = o.filter;
+        const int panelX = std::max(0, roll.region.x + margin - 2 * pad);
+        bands.push_back({panelX, top, w - 2 * panelX, regionHeight});
+        // Source line L shows at region row L - (roll position): the block,
+        // which starts at line regionHeight, is centred at this position.
+        const double centred = regionHeight + block.height / 2.0 - regionHeight / 2.0;
+        const double period = regionHeight + block.height;
+        p.showcaseTime = (roll.speed > 0 ? centred : centred - period) / roll.speed;
+    }
+    p.scene = std::make_unique<Scene>(std::move(background), bands, o.band, std::move(crawl),
+                                      std::move(roll));
+    return p;
+}
+
+} // namespace title

@@ -1,0 +1,25 @@
+// From options to a scene: loads the font and the background, renders the
+// text, and places the crawl band and the roll region in the frame.
+#ifndef FLOWER_TITLE_LAYOUT_H
+#define FLOWER_TITLE_LAYOUT_H
+
+#include <memory>
+
+#include "Options.h"
+#include "Scene.h"
+
+namespace title {
+
+struct Production {
+    std::unique_ptr<Scene> scene;
+    // A time at which the roll block sits in the middle of its region: the
+    // still's default, so that it shows text rather than an empty roll.
+    double showcaseTime = 0;
+};
+
+// Throws ToolError for unreadable fonts or pictures, or text that will not fit.
+Production Produce(const Options& options);
+
+} // namespace title
+
+#endif

@@ -1,0 +1,398 @@
+// Command-line parsing: every value is checked here, so the renderer can
+// trust what it is given.
+#include "Options.h"
+
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <numeric>
+
+#include "ToolError.h"
+
+namespace title {
+namespace {
+
+const char kDefaultCrawl[] =
+    "Flower titles \xE2\x80\x94 sub-pixel crawls and rolls composited bit for bit \xE2\x80\xA2 "
+    "Straight alpha, exact to the last bit, at any speed \xE2\x80\xA2 "
+    "Interlaced or progressive, from one command line";
+
+const char* const kDefaultRoll[] = {
+    "FLOWER",
+    "a title renderer",
+    "",
+    "Crawls and rolls",
+    "Sub-pixel motion, faded edges",
+    "",
+    "Pictures",
+    "Sample photograph: \xE2\x80\x9C"
+    "coffee\xE2\x80\x9D (CC0)",
+    "",
+    "Text",
+    "DejaVu Sans",
+    "",
+    "Made with libflower",
+};
+
+bool EndsWith(const std::string& s, const std::string& tail)
+{
+    return s.size() >= tail.size() && s.compare(s.size() - tail.size(), tail.size(), tail) == 0;
+}
+
+int ParseInt(const std::string& text, const std::string& what, long low, long high)
+{
+    errno = 0;
+    char* end = nullptr;
+    const long v = std::strtol(text.c_str(), &end, 10);
+    if (text.empty() || *end != '\0' || errno != 0 || v < low || v > high)
+        throw UsageError(what + " must be a whole number from " + std::to_string(low) + " to " +
+                         std::to_string(high) + ", not '" + text + "'");
+    return int(v);
+}
+
+double ParseNumber(const std::string& text, const std::string& what, double low, double high)
+{
+    errno = 0;
+    char* end = nullptr;
+    const double v = std::strtod(text.c_str(), &end);
+    if (text.empty() || *end != '\0' || errno != 0 || !std::isfinite(v) || v < low || v > high)
+        throw UsageError(what + " must be a number from " + std::to_string(low) + " to " +
+                         std::to_string(high) + ", not '" + text + "'");
+    return v;
+}
+
+void ParseSize(Options& o, const std::string& text)
+{
+    const auto x = text.find('x');
+    if (x == std::string::npos)
+        throw UsageError("--size must look like 1280x720, not '" + text + "'");
+    o.width = ParseInt(text.substr(0, x), "--size width", 16, 8192);
+    o.height = ParseInt(text.substr(x + 1), "--size height", 16, 8192);
+}
+
+// NTSC-family rates are written as decimals but mean n * 1000 / 1001.
+FrameRate ParseFrameRate(const std::string& text)
+{
+    FrameRate r;
+    const auto slash = text.find('/');
+    if (slash != std::string::npos) {
+        r.numerator = ParseInt(text.substr(0, slash), "--fps numerator", 1, 1000000);
+        r.denominator = ParseInt(text.substr(slash + 1), "--fps denominator", 1, 1000000);
+    } else {
+        const double v = ParseNumber(text, "--fps", 1, 300);
+        for (int base : {24, 30, 48, 60, 120}) {
+            if (std::fabs(v - base * 1000.0 / 1001.0) < 0.006)
+                return FrameRate{base * 1000, 1001};
+        }
+        r.numerator = int(std::lround(v * 1000));
+        r.denominator = 1000;
+    }
+    const int g = std::gcd(r.numerator, r.denominator);
+    r.numerator /= g;
+    r.denominator /= g;
+    if (r.PerSecond() < 1 || r.PerSecond() > 300)
+        throw UsageError("--fps must lie between 1 and 300 frames per second");
+    return r;
+}
+
+std::vector<std::string> ReadLines(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        throw ToolError("cannot read text file '" + path + "'");
+    std::vector<std::string> lines;
+    std::string line;
+    while (std::getline(in, line)) {
+        if (!line.empty() && line.back() == '\r')
+            line.pop_back();
+        lines.push_back(line);
+    }
+    if (in.bad())
+        throw ToolError("cannot read text file '" + path + "'");
+    while (!lines.empty() && lines.back().empty())
+        lines.pop_back();
+    if (lines.empty())
+        throw ToolError("text file '" + path + "' holds no text");
+    return lines;
+}
+
+void ParseBackground(Options& o, const std::string& text)
+{
+    if (text == "sample") {
+        o.background = BackgroundKind::Sample;
+    } else if (text == "checker") {
+        o.background = BackgroundKind::Checker;
+    } else if (!text.empty() && text[0] == '#') {
+        o.background = BackgroundKind::Colour;
+        o.backgroundColour = ParseColour(text, "--background");
+    } else if (EndsWith(text, ".png")) {
+        o.background = BackgroundKind::Picture;
+        o.backgroundPath = text;
+    } else {
+        throw UsageError("--background must be sample, checker, #RRGGBB[AA] or a .png file, not '" +
+                         text + "'");
+    }
+}
+
+void ParseOutput(Options& o, const std::string& text)
+{
+    o.outputPath = text;
+    if (text == "-")
+        o.output = OutputKind::RawStdout;
+    else if (EndsWith(text, ".png") && text.size() > 4)
+        o.output = OutputKind::Png;
+    else if (EndsWith(text, ".y4m") && text.size() > 4)
+        o.output = OutputKind::Y4m;
+    else
+        throw UsageError("--output must end in .png or .y4m, or be - for raw frames, not '" + text +
+                         "'");
+}
+
+Interlace ParseInterlace(const std::string& text)
+{
+    if (text == "tff")
+        return Interlace::TopFieldFirst;
+    if (text == "bff")
+        return Interlace::BottomFieldFirst;
+    if (text == "none" || text == "progressive")
+        return Interlace::None;
+    throw UsageError("--interlace must be tff, bff or none, not '" + text + "'");
+}
+
+using Setter = std::function<void(Options&, const std::string&)>;
+
+const std::map<std::string, Setter>& ValueOptions()
+{
+    static const std::map<std::string, Setter> table = {
+        {"--text", [](Options& o, const std::string& v) { o.crawlText = v, o.crawl = true; }},
+        {"--text-file",
+         [](Options& o, const std::string& v) { o.rollLines = ReadLines(v), o.roll = true; }},
+        {"--font", [](Options& o, const std::string& v) { o.fontPath = v; }},
+        {"--font-size",
+         [](Options& o, const std::string& v) {
+             o.fontSize = ParseInt(v, "--font-size", 4, 1000);
+         }},
+        {"--colour",
+         [](Options& o, const std::string& v) { o.colour = ParseColour(v, "--colour"); }},
+        {"--outline",
+         [](Options& o, const std::string& v) { o.outline = ParseInt(v, "--outline", 0, 32); }},
+        {"--outline-colour",
+         [](Options& o, const std::string& v) {
+             o.outlineColour = ParseColour(v, "--outline-colour");
+         }},
+        {"--shadow",
+         [](Options& o, const std::string& v) { o.shadow = ParseInt(v, "--shadow", 0, 64); }},
+        {"--shadow-colour",
+         [](Options& o, const std::string& v) {
+             o.shadowColour = ParseColour(v, "--shadow-colour");
+         }},
+        {"--background", ParseBackground},
+        {"--band", [](Options& o, const std::string& v) { o.band = ParseColour(v, "--band"); }},
+        {"--speed",
+         [](Options& o, const std::string& v) {
+             o.crawlSpeed = o.rollSpeed = ParseNumber(v, "--speed", -100000, 100000);
+         }},
+        {"--crawl-speed",
+         [](Options& o, const std::string& v) {
+             o.crawlSpeed = ParseNumber(v, "--crawl-speed", -100000, 100000);
+         }},
+        {"--roll-speed",
+         [](Options& o, const std::string& v) {
+             o.rollSpeed = ParseNumber(v, "--roll-speed", -100000, 100000);
+         }},
+        {"--fade",
+         [](Options& o, const std::string& v) { o.fade = ParseInt(v, "--fade", 0, 4096); }},
+        {"--filter",
+         [](Options& o, const std::string& v) { o.filter = ParseInt(v, "--filter", 0, 128); }},
+        {"--interlace", [](Options& o, const std::string& v) { o.interlace = ParseInterlace(v); }},
+        {"--size", ParseSize},
+        {"--fps", [](Options& o, const std::string& v) { o.fps = ParseFrameRate(v); }},
+        {"--seconds",
+         [](Options& o, const std::string& v) {
+             o.seconds = ParseNumber(v, "--seconds", 0.001, 3600);
+         }},
+        {"--time",
+         [](Options& o, const std::string& v) {
+             o.time = ParseNumber(v, "--time", 0, 1e6), o.timeGiven = true;
+         }},
+        {"--output", ParseOutput},
+    };
+    return table;
+}
+
+const std::map<std::string, std::function<void(Options&)>>& FlagOptions()
+{
+    static const std::map<std::string, std::function<void(Options&)>> table = {
+        {"--help", [](Options& o) { o.showHelp = true; }},
+        {"--with-roll", [](Options& o) { o.roll = true; }},
+        {"--with-crawl", [](Options& o) { o.crawl = true; }},
+        {"--benchmark", [](Options& o) { o.benchmark = true; }},
+        {"--quiet", [](Options& o) { o.quiet = true; }},
+    };
+    return table;
+}
+
+std::string CanonicalName(std::string name)
+{
+    if (name == "-o")
+        return "--output";
+    if (name == "-h")
+        return "--help";
+    if (name == "--color")
+        return "--colour";
+    if (name == "--outline-color")
+        return "--outline-colour";
+    if (name == "--shadow-color")
+        return "--shadow-colour";
+    return name;
+}
+
+void ParseArgument(const char* const* argv, int argc, int& i, Options& o)
+{
+    std::string name = argv[i];
+    std::string value;
+    bool hasValue = false;
+    const auto eq = name.find('=');
+    if (name.rfind("--", 0) == 0 && eq != std::string::npos) {
+        value = name.substr(eq + 1);
+        name = name.substr(0, eq);
+        hasValue = true;
+    }
+    name = CanonicalName(name);
+    if (auto flag = FlagOptions().find(name); flag != FlagOptions().end()) {
+        if (hasValue)
+            throw UsageError(name + " takes no value");
+        flag->second(o);
+        return;
+    }
+    auto option = ValueOptions().find(name);
+    if (option == ValueOptions().end())
+        throw UsageError("unknown option '" + name + "'");
+    if (!hasValue) {
+        if (i + 1 >= argc)
+            throw UsageError(name + " needs a value");
+        value = argv[++i];
+    }
+    option->second(o, value);
+}
+
+void CheckConsistency(Options& o)
+{
+    if (o.command == Command::Still)
+        o.crawl = o.roll = true;
+    if (o.command == Command::Crawl)
+        o.crawl = true;
+    if (o.command == Command::Roll)
+        o.roll = true;
+    if (o.crawlText.empty())
+        o.crawlText = kDefaultCrawl;
+    if (o.rollLines.empty())
+        o.rollLines.assign(std::begin(kDefaultRoll), std::end(kDefaultRoll));
+    if (o.output == OutputKind::None && !o.benchmark)
+        throw UsageError("no output given: use --output PATH.png, PATH.y4m or -");
+    if (o.benchmark && o.output != OutputKind::None)
+        throw UsageError("--benchmark renders without writing; leave out --output");
+    if (o.fade * 2 > o.width)
+        throw UsageError("--fade must be at most half the frame width");
+    if (o.fade * 4 > o.height && o.roll)
+        throw UsageError("--fade must be at most a quarter of the frame height for a roll");
+}
+
+} // namespace
+
+std::uint32_t ParseColour(const std::string& text, const std::string& what)
+{
+    const bool shapeOk = (text.size() == 7 || text.size() == 9) && text[0] == '#' &&
+                         text.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string::npos;
+    if (!shapeOk)
+        throw UsageError(what + " must be #RRGGBB or #RRGGBBAA, not '" + text + "'");
+    const std::uint32_t v = std::uint32_t(std::strtoul(text.c_str() + 1, nullptr, 16));
+    if (text.size() == 7)
+        return 0xFF000000u | v;
+    return (v >> 8) | (v & 0xFFu) << 24; // RRGGBBAA to AARRGGBB
+}
+
+Options ParseOptions(int argc, const char* const* argv)
+{
+    Options o;
+    if (argc < 2)
+        throw UsageError("no command given");
+    const std::string command = argv[1];
+    if (command == "--help" || command == "-h" || command == "help") {
+        o.showHelp = true;
+        return o;
+    }
+    if (command == "crawl")
+        o.command = Command::Crawl;
+    else if (command == "roll")
+        o.command = Command::Roll;
+    else if (command == "still")
+        o.command = Command::Still;
+    else
+        throw UsageError("unknown command '" + command + "': use crawl, roll or still");
+    for (int i = 2; i < argc; ++i) {
+        ParseArgument(argv, argc, i, o);
+        if (o.showHelp)
+            return o;
+    }
+    CheckConsistency(o);
+    return o;
+}
+
+const char* HelpText()
+{
+    return R"(flower-title: crawls and rolls real text over video frames with libflower
+
+usage: flower-title crawl|roll|still [options]
+
+commands
+  crawl   one line of text moving horizontally (add a roll with --with-roll or --text-file)
+  roll    a block of centred lines moving vertically (add a crawl with --with-crawl or --text)
+  still   one frame with a crawl and a roll, at --time seconds
+
+text
+  --text TEXT             crawl text (UTF-8)
+  --text-file PATH        roll text, one line per line (UTF-8)
+  --font PATH             TrueType/OpenType font (default DejaVu Sans)
+  --font-size PX          pixel size (default: frame height / 15)
+  --colour #RRGGBB[AA]    text colour (default #FFFFFF)
+  --outline PX            outline width, 0 for none (default 0)
+  --outline-colour C      outline colour (default #000000)
+  --shadow PX             drop shadow offset, 0 for none (default 0)
+  --shadow-colour C       shadow colour (default #000000A0)
+
+frames
+  --background B          sample | checker | #RRGGBB[AA] | PATH.png (default sample)
+  --band #RRGGBBAA        band under the text (default #102040A0)
+  --speed PX              pixels per second for crawl and roll (defaults: width / 6, height / 8)
+  --crawl-speed, --roll-speed PX   the same for one of them
+  --fade PX               fade zone at both ends (default 48)
+  --filter K              vertical roll filter strength 0..128 (default 32)
+  --interlace tff|bff     render each field at its own time and weave them
+  --size WxH              frame size (default 1280x720)
+  --fps R                 frame rate: 25, 50, 29.97, 30000/1001 ... (default 25)
+  --seconds S             length of a crawl or roll (default 6)
+  --time T                time of the still, or of the frame a .png output shows
+
+output
+  -o, --output PATH       PATH.png (one frame), PATH.y4m (YUV4MPEG2 4:2:0, BT.709
+                          limited range) or - (raw BGRA frames on stdout)
+  --benchmark             render every frame without writing and report the speed
+  --quiet                 no progress bar and no closing line
+
+examples
+  flower-title still -o title.png
+  flower-title crawl --text "Breaking news" --speed 200 --outline 2 -o crawl.y4m
+  flower-title roll --text-file credits.txt --interlace tff --fps 25 -o roll.y4m
+  flower-title crawl --with-roll --size 1920x1080 -o - |
+      ffmpeg -f rawvideo -pixel_format bgra -video_size 1920x1080 -framerate 25 -i - out.mp4
+
+Bad arguments, unreadable fonts or pictures and unwritable outputs exit with status 2
+and leave no file behind.
+)";
+}
+
+} // namespace title

@@ -1,0 +1,73 @@
+// The command line of flower-title, parsed into one plain record.
+#ifndef FLOWER_TITLE_OPTIONS_H
+#define FLOWER_TITLE_OPTIONS_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace title {
+
+enum class Command { Crawl, Roll, Still };
+enum class Interlace { None, TopFieldFirst, BottomFieldFirst };
+enum class OutputKind { Png, Y4m, RawStdout, None };
+enum class BackgroundKind { Sample, Checker, Colour, Picture };
+
+struct FrameRate {
+    int numerator = 25;
+    int denominator = 1;
+    double PerSecond() const { return double(numerator) / denominator; }
+};
+
+struct Options {
+    Command command = Command::Still;
+    bool showHelp = false;
+
+    bool crawl = false; // which elements the frames carry
+    bool roll = false;
+    std::string crawlText;
+    std::vector<std::string> rollLines;
+
+    std::string fontPath = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
+    int fontSize = 0; // 0: chosen from the frame height
+    std::uint32_t colour = 0xFFFFFFFFu;
+    int outline = 0;
+    std::uint32_t outlineColour = 0xFF000000u;
+    int shadow = 0;
+    std::uint32_t shadowColour = 0xA0000000u;
+
+    BackgroundKind background = BackgroundKind::Sample;
+    std::uint32_t backgroundColour = 0;
+    std::string backgroundPath;
+    std::uint32_t band = 0xA0102040u;
+
+    double crawlSpeed = 0; // 0: the command's default
+    double rollSpeed = 0;
+    int fade = 48;
+    int filter = 32;
+    Interlace interlace = Interlace::None;
+
+    int width = 1280;
+    int height = 720;
+    FrameRate fps;
+    double seconds = 6;
+    double time = 0;
+    bool timeGiven = false;
+
+    OutputKind output = OutputKind::None;
+    std::string outputPath;
+    bool benchmark = false;
+    bool quiet = false;
+};
+
+// Throws ToolError (with the usage hint) on any bad argument.
+Options ParseOptions(int argc, const char* const* argv);
+
+const char* HelpText();
+
+// "#RRGGBB" or "#RRGGBBAA" to 0xAARRGGBB; throws ToolError naming `what`.
+std::uint32_t ParseColour(const std::string& text, const std::string& what);
+
+} // namespace title
+
+#endif

@@ -1,0 +1,29 @@
+// Styled text layers: glyph coverage coloured, outlined and shadowed with the
+// library's own channel, shift and composite operations.
+#ifndef FLOWER_TITLE_TEXTLAYER_H
+#define FLOWER_TITLE_TEXTLAYER_H
+
+#include <cstdint>
+
+#include "Image.h"
+#include "Layers.h"
+
+namespace title {
+
+struct TextStyle {
+    std::uint32_t colour = 0xFFFFFFFFu;
+    int outline = 0; // pixels
+    std::uint32_t outlineColour = 0xFF000000u;
+    int shadow = 0; // offset in pixels, right and down
+    std::uint32_t shadowColour = 0xA0000000u;
+};
+
+// Transparent margin the coverage needs around the glyphs for the style.
+int StyleMargin(const TextStyle& style);
+
+// A straight-alpha layer the size of `coverage`.
+Layer MakeTextLayer(const Coverage& coverage, const TextStyle& style);
+
+} // namespace title
+
+#endif
