@@ -19,7 +19,12 @@ using Florist::ScopedAccess;
 
 namespace {
 
-typedef std::map<unsigned, Marrow::StubLayer*> StockMap;
+// A type of this file as the mapped value keeps the map's code out of the
+// library's exports (a bare layer pointer would give it default visibility).
+struct Stock {
+    Marrow::StubLayer* layer;
+};
+typedef std::map<unsigned, Stock> StockMap;
 
 const Pel kLightGrey = 0xFF7C7C7Cu;
 const Pel kDarkGrey = 0xFF6C6C6Cu;
@@ -78,27 +83,27 @@ void MapBackground(unsigned id, Marrow::StubLayer* layer, StockMap& stock)
     const StockMap::iterator found = stock.find(id);
     if (!layer) {
         if (found != stock.end()) {
-            DeleteLayer(found->second);
+            DeleteLayer(found->second.layer);
             stock.erase(found);
         }
         return;
     }
-    if (found != stock.end() && found->second && SameShape(found->second, layer)) {
-        if (found->second != layer)
-            OverwriteInPlace(found->second, layer);
+    if (found != stock.end() && found->second.layer && SameShape(found->second.layer, layer)) {
+        if (found->second.layer != layer)
+            OverwriteInPlace(found->second.layer, layer);
         else
             UpdateLayerEx(layer);
         return;
     }
     if (found != stock.end()) {
-        DeleteLayer(found->second);
+        DeleteLayer(found->second.layer);
         stock.erase(found);
     }
     Marrow::StubLayer* copy = DuplicateLayer(layer);
     if (!copy)
         return;
     try {
-        stock[id] = copy;
+        stock.insert(StockMap::value_type(id, Stock{copy}));
     } catch (...) {
         DeleteLayer(copy);
     }
@@ -139,7 +144,7 @@ Globals::~Globals()
     DeleteLayer(defaultBackground);
     defaultBackground = nullptr;
     for (StockMap::value_type& entry : stock)
-        DeleteLayer(entry.second);
+        DeleteLayer(entry.second.layer);
     stock.clear();
 }
 
@@ -183,7 +188,7 @@ Globals g __attribute__((init_priority(65000)));
 Marrow::StubLayer* Mapped(unsigned id)
 {
     const StockMap::const_iterator found = g.stock.find(id);
-    return found != g.stock.end() ? found->second : nullptr;
+    return found != g.stock.end() ? found->second.layer : nullptr;
 }
 
 } // namespace
@@ -207,7 +212,9 @@ Marrow::StubLayer* GetStockLayer(unsigned id)
 bool ExistsStockLayer(unsigned id)
 {
     try {
-        return g.stock[id] != nullptr;
+        // Enters a missing id with no layer, as a subscript would.
+        return g.stock.insert(StockMap::value_type(id, Stock{nullptr})).first->second.layer !=
+               nullptr;
     } catch (...) {
         return false;
     }
