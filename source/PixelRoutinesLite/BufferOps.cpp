@@ -13,8 +13,7 @@ using BufferTable::CallSlot;
 // Rows are addressed from the base rather than stepped, so no pointer is ever
 // formed past the last row; the pitch is widened before the product, so a
 // negative pitch walks upwards.
-template <class Byte>
-Byte* RowAt(Byte* base, int pitch, int row)
+template <class Byte> Byte* RowAt(Byte* base, int pitch, int row)
 {
     return base + static_cast<std::ptrdiff_t>(row) * static_cast<std::ptrdiff_t>(pitch);
 }
@@ -23,8 +22,7 @@ enum class TimeSlice { Skip, AfterEachRow };
 
 // PreOp, then `runRow(row)` for every row of a non-empty rectangle, then
 // PostOp (also when no row ran).
-template <class RunRow>
-int ForEachRow(int width, int height, TimeSlice timeSlice, RunRow runRow)
+template <class RunRow> int ForEachRow(int width, int height, TimeSlice timeSlice, RunRow runRow)
 {
     tagMMXState state{};
     CallSlot(PreOp, &state);
@@ -105,8 +103,7 @@ int Fade(char* dst, int dstPitch, const char* src, int srcPitch, int width, int 
 int PreMultAlpha(char* dst, int dstPitch, const char* src, int srcPitch, int width, int height)
 {
     return ForEachRow(width, height, TimeSlice::Skip, [&](int row) {
-        CallSlot(ScanlinePreMultAlpha, RowAt(dst, dstPitch, row), RowAt(src, srcPitch, row),
-                 width);
+        CallSlot(ScanlinePreMultAlpha, RowAt(dst, dstPitch, row), RowAt(src, srcPitch, row), width);
     });
 }
 

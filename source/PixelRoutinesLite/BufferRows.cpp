@@ -63,8 +63,8 @@ Pel CrossFadePel(Pel a, Pel b, u32 weightA, u32 weightB)
     if (s == 0u)
         return 0u;
     return MakePel((PelBlue(b) * eb + PelBlue(a) * ea) / s,
-                   (PelGreen(b) * eb + PelGreen(a) * ea) / s,
-                   (PelRed(b) * eb + PelRed(a) * ea) / s, s >> 8);
+                   (PelGreen(b) * eb + PelGreen(a) * ea) / s, (PelRed(b) * eb + PelRed(a) * ea) / s,
+                   s >> 8);
 }
 
 // X = (Xb.wb + Xa.wa) / 256 on all four channels, signed and truncating.

@@ -14,21 +14,18 @@ namespace BufferTable {
 
 // The marker as a value of the slot's own type, the same conversion the
 // table's initialisers use, so the comparison is between like pointers.
-template <class F>
-F Unselected()
+template <class F> F Unselected()
 {
     return reinterpret_cast<F>(&UninitializedFunctionPointer);
 }
 
-template <class F>
-bool IsSelected(F slot)
+template <class F> bool IsSelected(F slot)
 {
     return slot != nullptr && slot != Unselected<F>();
 }
 
 // Calls `slot` with `args` unless it is unselected; discards any result.
-template <class F, class... A>
-void CallSlot(F slot, A... args)
+template <class F, class... A> void CallSlot(F slot, A... args)
 {
     if (IsSelected(slot))
         slot(args...);
@@ -36,8 +33,7 @@ void CallSlot(F slot, A... args)
 
 // Calls `slot` and returns its result, or `unselectedResult` when the slot is
 // unselected.
-template <class F, class... A>
-int CallSlotResult(int unselectedResult, F slot, A... args)
+template <class F, class... A> int CallSlotResult(int unselectedResult, F slot, A... args)
 {
     if (!IsSelected(slot))
         return unselectedResult;

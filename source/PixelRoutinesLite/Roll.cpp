@@ -96,8 +96,7 @@ void CopyRow(char* dst, const char* src, int width)
 }
 
 // The weights of the lines that feed one destination row, top line first.
-template <int N>
-struct LineWeights {
+template <int N> struct LineWeights {
     int w[N];
 
     // The scaled weights carry over to later rows: fades of successive rows
@@ -149,8 +148,7 @@ LineWeights<3> FilterWeights(int fraction, int strength, std::int64_t& line)
     const std::int64_t f = fraction;
     if (f < 128) {
         const std::int64_t d = (128 - f) * strength / 128;
-        return {{static_cast<int>(d), static_cast<int>(256 - f - 2 * d),
-                 static_cast<int>(f + d)}};
+        return {{static_cast<int>(d), static_cast<int>(256 - f - 2 * d), static_cast<int>(f + d)}};
     }
     const std::int64_t d = (f - 128) * strength / 128;
     ++line;
@@ -217,9 +215,9 @@ int CEE_RollBlitDataSubPix(char* dst, const char* src, int width, int height, in
     return 1;
 }
 
-int CEE_RollBlitDataSubPixNoFilter(char* dst, const char* src, int width, int height,
-                                   int dstPitch, int srcPitch, int startLine, int lineStep,
-                                   int fraction, int period, int topFadeEnd, int topFadeWidth,
+int CEE_RollBlitDataSubPixNoFilter(char* dst, const char* src, int width, int height, int dstPitch,
+                                   int srcPitch, int startLine, int lineStep, int fraction,
+                                   int period, int topFadeEnd, int topFadeWidth,
                                    int bottomFadeStart, int bottomFadeWidth)
 {
     if (period < 1)
