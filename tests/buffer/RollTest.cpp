@@ -1,0 +1,249 @@
+// The three roll routines against a reference written from their formulas,
+// over random strips, start lines on both sides of the period, line steps,
+// fractions, filter strengths and fade zones clipped at either edge.
+#include <gtest/gtest.h>
+
+#include "BufferModel.h"
+#include "PixelRoutinesLite.h"
+
+namespace {
+
+using model::Buffer;
+using model::Pel;
+
+struct Roll {
+    int width, height, startLine, lineStep, fraction, period, strength;
+    int topFadeEnd, topFadeWidth, bottomFadeStart, bottomFadeWidth;
+};
+
+int ReduceLine(int line, int period)
+{
+    line -= period;
+    while (line < 0)
+        line += period;
+    while (line >= period)
+        line -= period;
+    return line;
+}
+
+int FadeFactor(const Roll& r, int i, bool inclusive)
+{
+    int f = 256;
+    if (i < r.topFadeEnd) {
+        const int start = r.topFadeEnd - r.topFadeWidth;
+        f = (inclusive ? i >= start : i > start) ? (i - start) * 256 / r.topFadeWidth : 0;
+    }
+    if (i > r.bottomFadeStart) {
+        const int end = r.bottomFadeStart + r.bottomFadeWidth;
+        f = (inclusive ? end >= i : end > i) ? std::min(f, (end - i) * 256 / r.bottomFadeWidth) : 0;
+    }
+    return f;
+}
+
+int Eased(int f)
+{
+    return 256 - (256 - f) * (256 - f) / 256;
+}
+
+Pel At(const char* row, int x)
+{
+    Pel p;
+    std::memcpy(&p, row + x * 4, 4);
+    return p;
+}
+
+void ModelCopy(Buffer& dst, const Buffer& src, const Roll& r)
+{
+    int line = ReduceLine(r.startLine, r.period);
+    for (int i = 0; i < r.height; ++i) {
+        line = ReduceLine(line, r.period);
+        const int f = FadeFactor(r, i, false);
+        for (int x = 0; x < r.width; ++x) {
+            const Pel p = src.Get(x, line);
+            dst.Set(x, i,
+                    (256 - f) * (256 - f) < 256
+                        ? p
+                        : model::Pack(p, p >> 8, p >> 16, model::Al(p) * Eased(f) / 256));
+        }
+        line += r.lineStep;
+    }
+}
+
+// Weighted lines, top first: colour sum(C.A.w) / sum(A.w), alpha sum >> 8.
+Pel Mix(const std::vector<Pel>& pels, const std::vector<int>& w)
+{
+    long long s = 0, c[3] = {0, 0, 0};
+    for (std::size_t k = 0; k < pels.size(); ++k) {
+        const long long e = model::Al(pels[k]) * w[k];
+        s += e;
+        for (int ch = 0; ch < 3; ++ch)
+            c[ch] += model::Ch(pels[k], ch * 8) * e;
+    }
+    return s == 0 ? 0 : model::Pack(c[0] / s, c[1] / s, c[2] / s, s >> 8);
+}
+
+// The sub-line rolls; srcPitch is the byte pitch the routine is given.
+void ModelSubLine(Buffer& dst, const Buffer& src, int srcPitch, const Roll& r, bool filtered)
+{
+    int line = ReduceLine(r.startLine, r.period);
+    const int f = r.fraction, k = r.strength;
+    std::vector<int> w;
+    if (!filtered)
+        w = {256 - f, f};
+    else if (f < 128)
+        w = {(128 - f) * k / 128, 256 - f - 2 * ((128 - f) * k / 128), f + (128 - f) * k / 128};
+    else {
+        const int d = (f - 128) * k / 128;
+        w = {256 - f + d, f - 2 * d, d};
+        ++line;
+    }
+    const bool fades = r.topFadeEnd > 0 || r.bottomFadeStart < r.height;
+    for (int i = 0; i < r.height; ++i) {
+        for (int& weight : w)
+            weight = fades ? weight * Eased(FadeFactor(r, i, true)) / 256 : weight;
+        std::vector<const char*> rows;
+        auto source = [&](int index) {
+            return src.Base() + (filtered ? std::ptrdiff_t(index) * srcPitch
+                                          : std::ptrdiff_t(index) * srcPitch / 4);
+        };
+        if (filtered)
+            rows.push_back(source((r.period - 1 + line) % r.period));
+        rows.push_back(source(line % r.period));
+        rows.push_back(source((line + 1) % r.period));
+        for (int x = 0; x < r.width; ++x) {
+            std::vector<Pel> pels;
+            for (const char* row : rows)
+                pels.push_back(At(row, x));
+            dst.Set(x, i, Mix(pels, w));
+        }
+        line += r.lineStep;
+    }
+}
+
+int Pick(std::mt19937& rng, std::initializer_list<int> edges, int lo, int hi)
+{
+    if (rng() % 2)
+        return edges.begin()[rng() % edges.size()];
+    return lo + int(rng() % unsigned(hi - lo + 1));
+}
+
+Roll RandomRoll(std::mt19937& rng, int minStep)
+{
+    Roll r{};
+    r.width = Pick(rng, {0, 1}, 1, 9);
+    r.height = Pick(rng, {0, 1}, 1, 12);
+    r.period = 1 + int(rng() % 12);
+    r.startLine = Pick(rng, {r.period + 2, 2 - r.period, -3 * r.period - 1, 4 * r.period}, -40, 40);
+    r.lineStep = Pick(rng, {1}, minStep, 3);
+    r.fraction = Pick(rng, {0, 127, 128, 255}, 0, 255);
+    r.strength = Pick(rng, {0, 128}, 0, 128);
+    const int h = r.height;
+    const bool fades = rng() % 3 != 0;
+    r.topFadeEnd = fades ? Pick(rng, {0, 1, h}, -2, h + 2) : 0;
+    r.topFadeWidth = Pick(rng, {0, 1}, 0, h + 3);
+    r.bottomFadeStart = fades ? Pick(rng, {-1, h - 1, h}, -2, h + 2) : h;
+    r.bottomFadeWidth = Pick(rng, {0, 1}, 0, h + 3);
+    return r;
+}
+
+std::string Describe(const Roll& r)
+{
+    char text[200];
+    std::snprintf(text, sizeof text,
+                  "%dx%d start %d step %d fraction %d period %d strength %d fades %d/%d %d/%d",
+                  r.width, r.height, r.startLine, r.lineStep, r.fraction, r.period, r.strength,
+                  r.topFadeEnd, r.topFadeWidth, r.bottomFadeStart, r.bottomFadeWidth);
+    return text;
+}
+
+} // namespace
+
+TEST(Roll, AllThreeMatchTheReference)
+{
+    SelectCEEFunctions();
+    std::mt19937 rng(99);
+    for (int trial = 0; trial < 3000; ++trial) {
+        const Roll r = RandomRoll(rng, 0);
+        const Buffer src(rng, r.width, 0, 2 * r.period + 2);
+        // The unfiltered roll reads at (line * srcPitch) / 4: a pitch that is
+        // not a multiple of four shifts later lines by a few bytes.
+        const int skew = src.pitch > 0 && trial % 3 == 2 ? int(rng() % 4) : 0;
+        Buffer got(rng, r.width, r.height);
+        Buffer want = got;
+        switch (trial % 3) {
+        case 0:
+            ModelCopy(want, src, r);
+            EXPECT_EQ(1, RollCopyData(got.Base(), src.Base(), r.width, r.height, got.pitch,
+                                      src.pitch, r.startLine, r.lineStep, r.period, r.topFadeEnd,
+                                      r.topFadeWidth, r.bottomFadeStart, r.bottomFadeWidth));
+            break;
+        case 1:
+            ModelSubLine(want, src, src.pitch, r, true);
+            EXPECT_EQ(1, RollBlastDataSubPix(got.Base(), src.Base(), r.width, r.height, got.pitch,
+                                             src.pitch, r.startLine, r.lineStep, r.fraction,
+                                             r.period, r.strength, r.topFadeEnd, r.topFadeWidth,
+                                             r.bottomFadeStart, r.bottomFadeWidth));
+            break;
+        default:
+            ModelSubLine(want, src, 4 * src.pitch + skew, r, false);
+            EXPECT_EQ(1, RollBlastDataSubPixNoFilter(
+                             got.Base(), src.Base(), r.width, r.height, got.pitch,
+                             4 * src.pitch + skew, r.startLine, r.lineStep, r.fraction, r.period,
+                             r.topFadeEnd, r.topFadeWidth, r.bottomFadeStart, r.bottomFadeWidth));
+        }
+        ASSERT_EQ(want.bytes, got.bytes) << "trial " << trial << ": " << Describe(r);
+    }
+}
+
+// Opaque strip of four lines with distinct colours, rolled over 5 rows.
+class RollExamples : public ::testing::Test {
+  protected:
+    void SetUp() override { SelectCEEFunctions(); }
+    Pel strip[4] = {0xFF102030u, 0xFF405060u, 0xFF708090u, 0xFFA0B0C0u};
+    Pel out[5] = {};
+    const char* Strip() const { return reinterpret_cast<const char*>(strip); }
+    char* Out() { return reinterpret_cast<char*>(out); }
+};
+
+TEST_F(RollExamples, CopyFadesInWithTheEasedScale)
+{
+    RollCopyData(Out(), Strip(), 1, 5, 4, 4, 0, 1, 4, 4, 4, 5, 0);
+    const Pel alphas[5] = {0, 111, 191, 239, 255}; // scales 0, 112, 192, 240 of 256
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ((strip[i % 4] & 0xFFFFFFu) | alphas[i] << 24, out[i]) << i;
+}
+
+TEST_F(RollExamples, StartLinesOnEitherSideOfThePeriodAgree)
+{
+    Pel want[5];
+    RollBlastDataSubPix(reinterpret_cast<char*>(want), Strip(), 1, 5, 4, 4, 2, 1, 77, 4, 50, 0, 0,
+                        5, 0);
+    for (int start : {6, -2, 2 - 4 * 7}) {
+        RollBlastDataSubPix(Out(), Strip(), 1, 5, 4, 4, start, 1, 77, 4, 50, 0, 0, 5, 0);
+        EXPECT_EQ(0, std::memcmp(want, out, sizeof out)) << start;
+    }
+}
+
+TEST_F(RollExamples, FilterReproducesOrHalvesLines)
+{
+    RollBlastDataSubPix(Out(), Strip(), 1, 5, 4, 4, 1, 1, 0, 4, 0, 0, 0, 5, 0);
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(strip[(1 + i) % 4], out[i]);
+    // Half a line on: the lower line becomes the centre, each channel the
+    // truncated mean of the two.
+    RollBlastDataSubPix(Out(), Strip(), 1, 1, 4, 4, 1, 1, 128, 4, 0, 0, 0, 1, 0);
+    EXPECT_EQ(0xFF586878u, out[0]);
+}
+
+TEST_F(RollExamples, TransparentTopRowEmptiesTheSubLineRollsOnly)
+{
+    RollBlastDataSubPix(Out(), Strip(), 1, 5, 4, 4, 0, 1, 0, 4, 0, 1, 1, 5, 0);
+    for (Pel p : out)
+        EXPECT_EQ(0u, p);
+    RollBlastDataSubPixNoFilter(Out(), Strip(), 1, 5, 4, 16, 0, 1, 0, 4, 1, 1, 5, 0);
+    for (Pel p : out)
+        EXPECT_EQ(0u, p);
+    RollCopyData(Out(), Strip(), 1, 5, 4, 4, 0, 1, 4, 1, 1, 5, 0);
+    EXPECT_EQ(strip[0] & 0xFFFFFFu, out[0]);
+    EXPECT_EQ(strip[1], out[1]);
+}
