@@ -85,7 +85,7 @@ Production Produce(const Options& o)
         bands.push_back({0, bandY, w, bandHeight});
         crawl.y = bandY + pad - margin;
         crawl.speed = o.crawlSpeed != 0 ? o.crawlSpeed : w / 6.0;
-        crawl.fade = o.fade;
+        crawl.fade = o.fade >= 0 ? o.fade : w / 24;
         rollBottom = bandY - h / 30;
     }
     Production p;
@@ -99,7 +99,7 @@ Production Produce(const Options& o)
         roll.region = {(w - regionWidth) / 2, top, regionWidth, regionHeight};
         roll.text = MakeTextLayer(block, style);
         roll.speed = o.rollSpeed != 0 ? o.rollSpeed : h / 8.0;
-        roll.fade = o.fade;
+        roll.fade = o.fade >= 0 ? o.fade : h / 16;
         roll.filter = o.filter;
         const int panelX = std::max(0, roll.region.x + margin - 2 * pad);
         bands.push_back({panelX, top, w - 2 * panelX, regionHeight});

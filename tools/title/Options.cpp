@@ -297,8 +297,6 @@ void CheckConsistency(Options& o)
         throw UsageError("--benchmark renders without writing; leave out --output");
     if (o.fade * 2 > o.width)
         throw UsageError("--fade must be at most half the frame width");
-    if (o.fade * 4 > o.height && o.roll)
-        throw UsageError("--fade must be at most a quarter of the frame height for a roll");
 }
 
 } // namespace
@@ -369,7 +367,8 @@ frames
   --band #RRGGBBAA        band under the text (default #102040A0)
   --speed PX              pixels per second for crawl and roll (defaults: width / 6, height / 8)
   --crawl-speed, --roll-speed PX   the same for one of them
-  --fade PX               fade zone at both ends (default 48)
+  --fade PX               fade zone at both ends (default: width / 24 for a crawl,
+                          height / 16 for a roll)
   --filter K              vertical roll filter strength 0..128 (default 32)
   --interlace tff|bff     render each field at its own time and weave them
   --size WxH              frame size (default 1280x720)

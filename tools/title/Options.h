@@ -43,7 +43,7 @@ struct Options {
 
     double crawlSpeed = 0; // 0: the command's default
     double rollSpeed = 0;
-    int fade = 48;
+    int fade = -1; // -1: chosen from the frame size
     int filter = 32;
     Interlace interlace = Interlace::None;
 
