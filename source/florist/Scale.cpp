@@ -431,8 +431,14 @@ bool DoSimpleScale(Marrow::StubLayer* dst, Marrow::StubLayer* src, ScanlineContr
         return false;
     const LayerAccess& d = *dstAccess;
     const i32 lineWidth = ctl->lineBytes / 4;
+    if (Florist::IsEmpty(d)) {
+        srcAccess.End();
+        if (update)
+            dstAccess.Notify();
+        return true;  // no row to produce
+    }
     // The scaler writes runWidth pixels per row: never more than the row holds.
-    if (Florist::IsEmpty(d) || ctl->runWidth > d.region.width)
+    if (ctl->runWidth > d.region.width)
         return false;
 
     const i32 end = d.region.y + d.region.height;
