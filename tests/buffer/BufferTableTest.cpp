@@ -3,7 +3,10 @@
 // as the library loaded it.
 #include <gtest/gtest.h>
 
+#include <dlfcn.h>
+
 #include <array>
+#include <cstdio>
 #include <functional>
 #include <string>
 #include <vector>
@@ -188,4 +191,28 @@ TEST(BufferTable, HooksRunAsOftenAsEachOperationSays)
     trace.clear();
     EXPECT_EQ(0, RollCopyData(nullptr, s, 4, 4, 64, 64, 0, 1, 4, 0, 0, 4, 0));
     EXPECT_EQ("", trace);
+}
+
+// The slots must hold the marker before any constructor runs (other
+// libraries' load-time code may already use the table), so their initialisers
+// have to be static data rather than code: the library may carry no
+// load-time initialiser for the file that defines them.
+TEST(BufferTable, SlotsAreStaticDataNotLoadTimeCode)
+{
+    // A portable routine's address is inside the library whatever relocation
+    // the program used for the slot itself.
+    SelectCEEFunctions();
+    Dl_info info{};
+    ASSERT_NE(0, dladdr(reinterpret_cast<void*>(ScanlineBlit), &info));
+    const std::string command = std::string("nm '") + info.dli_fname + "' 2>/dev/null";
+    FILE* pipe = popen(command.c_str(), "r");
+    ASSERT_NE(nullptr, pipe);
+    std::string symbols;
+    char chunk[4096];
+    for (std::size_t n; (n = fread(chunk, 1, sizeof chunk, pipe)) > 0;)
+        symbols.append(chunk, n);
+    const int status = pclose(pipe);
+    if (status != 0 || symbols.find("ScanlineBlit") == std::string::npos)
+        GTEST_SKIP() << "nm cannot list " << info.dli_fname;
+    EXPECT_EQ(std::string::npos, symbols.find("_GLOBAL__sub_I_BufferTable"));
 }
