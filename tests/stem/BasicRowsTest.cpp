@@ -158,18 +158,4 @@ TEST(BasicRows, CopySwapAndFlipReorderPels)
     }
 }
 
-TEST(BasicRows, MoveHandlesOverlapBothWays)
-{
-    std::vector<u32> row(20);
-    for (u32 i = 0; i < 20; ++i)
-        row[i] = i;
-    std::vector<u32> up = row, down = row;
-    Stem::MoveScanline(up.data(), up.data() + 3, 17);
-    Stem::MoveScanline(down.data() + 3, down.data(), 17);
-    for (u32 i = 0; i < 17; ++i) {
-        EXPECT_EQ(up[i], i + 3);
-        EXPECT_EQ(down[i + 3], i);
-    }
-}
-
 } // namespace

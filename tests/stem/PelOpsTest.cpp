@@ -23,17 +23,6 @@ TEST(PelOps, AlphaDivideTableIsTruncatedReciprocals)
         ASSERT_EQ(global_adt[a], 65536u / a) << "a=" << a;
 }
 
-TEST(PelOps, FadeKeepsColourAndScalesAlpha)
-{
-    rows::Rng rng(3);
-    for (u32 level = 0; level < 256; ++level)
-        for (u32 alpha = 0; alpha < 256; ++alpha) {
-            const u32 p = alpha << 24 | (rng.Next() & 0xFFFFFF);
-            ASSERT_EQ(FadePelAlpha(p, level), model::Fade(p, level))
-                << std::hex << p << " " << level;
-        }
-}
-
 // Every alpha pair, each with a spread of channels on both sides.
 TEST(PelOps, CompositPelMatchesModelOverAllAlphaPairs)
 {
