@@ -167,9 +167,16 @@ using Setter = std::function<void(Options&, const std::string&)>;
 const std::map<std::string, Setter>& ValueOptions()
 {
     static const std::map<std::string, Setter> table = {
-        {"--text", [](Options& o, const std::string& v) { o.crawlText = v, o.crawl = true; }},
+        {"--text",
+         [](Options& o, const std::string& v) {
+             o.crawlText = v;
+             o.crawl = true;
+         }},
         {"--text-file",
-         [](Options& o, const std::string& v) { o.rollLines = ReadLines(v), o.roll = true; }},
+         [](Options& o, const std::string& v) {
+             o.rollLines = ReadLines(v);
+             o.roll = true;
+         }},
         {"--font", [](Options& o, const std::string& v) { o.fontPath = v; }},
         {"--font-size",
          [](Options& o, const std::string& v) {
@@ -216,7 +223,8 @@ const std::map<std::string, Setter>& ValueOptions()
          }},
         {"--time",
          [](Options& o, const std::string& v) {
-             o.time = ParseNumber(v, "--time", 0, 1e6), o.timeGiven = true;
+             o.time = ParseNumber(v, "--time", 0, 1e6);
+             o.timeGiven = true;
          }},
         {"--output", ParseOutput},
     };

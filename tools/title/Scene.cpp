@@ -55,7 +55,7 @@ void CompositBand(Marrow::StubLayer* base, const LayerRegion& band, std::uint32_
              r.height);
 }
 
-// Paste `src` (whole) at (x, 0) of `dst`.
+// Copies width x height pixels from (srcX, srcY) of `src` to (x, dstY) of `dst`.
 void PasteColumns(Marrow::StubLayer* dst, Marrow::StubLayer* src, int x, int srcX, int srcY,
                   int dstY, int width, int height)
 {

@@ -31,8 +31,9 @@ void CheckLibrary()
 {
     if (!FlowerInit())
         throw ToolError("libflower failed to initialise");
-    const auto unselected = reinterpret_cast<RollBlitDataSubPixRoutine>(
-        reinterpret_cast<void (*)()>(&UninitializedFunctionPointer));
+    // Slots hold this marker, cast to their own type, until a routine set is chosen.
+    const auto unselected =
+        reinterpret_cast<RollBlitDataSubPixRoutine>(&UninitializedFunctionPointer);
     if (RollBlastDataSubPix == nullptr || RollBlastDataSubPix == unselected)
         throw ToolError("libflower has no roll routine installed");
 }
