@@ -16,8 +16,8 @@ namespace title {
 namespace {
 
 const char kDefaultCrawl[] =
-    "Flower titles \xE2\x80\x94 sub-pixel crawls and rolls composited bit for bit \xE2\x80\xA2 "
-    "Straight alpha, exact to the last bit, at any speed \xE2\x80\xA2 "
+    "Flower titles \u2014 sub-pixel crawls and rolls composited bit for bit \u2022 "
+    "Straight alpha, exact to the last bit, at any speed \u2022 "
     "Interlaced or progressive, from one command line";
 
 const char* const kDefaultRoll[] = {
@@ -28,8 +28,7 @@ const char* const kDefaultRoll[] = {
     "Sub-pixel motion, faded edges",
     "",
     "Pictures",
-    "Sample photograph: \xE2\x80\x9C"
-    "coffee\xE2\x80\x9D (CC0)",
+    "Sample photograph: \u201Ccoffee\u201D (CC0)",
     "",
     "Text",
     "DejaVu Sans",

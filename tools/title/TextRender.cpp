@@ -36,7 +36,7 @@ struct LineLayout {
     int right = 0; // exclusive
 };
 
-constexpr int kMaxTextPixels = 1 << 28; // a quarter gigabyte of coverage
+constexpr int kMaxTextPixels = 1 << 26; // a 256 MB layer once coloured
 
 } // namespace
 
