@@ -392,3 +392,45 @@ TEST_F(CrawlTest, CallsHooksAndSegmentsAsOftenAsStated)
     ScanlineBlit = realCopy;
     ScanlineCrawlGradientBlit = realGradient;
 }
+
+// Runs of one alpha, as inside glyphs and between them, at every count up to 67 and every byte
+// alignment, also in place: whole blocks of shared alphas are where a row can take shortcuts.
+TEST_F(CrawlTest, SubpixRowsMatchModelOnRunsOfOneAlpha)
+{
+    std::mt19937 rng(11);
+    std::vector<std::uint32_t> src(70);
+    std::uint32_t alpha = 0;
+    for (std::uint32_t& p : src) {
+        if (rng() % 6 == 0)
+            alpha = rng() % 3 == 0 ? 0u : rng() % 2 ? 255u : rng() & 255u;
+        p = alpha << 24 | (rng() & 0xFFFFFFu);
+    }
+    std::vector<char> bytes(80 * 4);
+    const int fractions[] = {0, 1, 128, 255, 256};
+    for (int f : fractions)
+        for (int count = 0; count <= 67; ++count)
+            for (int offset = 0; offset < 4; ++offset)
+                for (bool inPlace : {false, true}) {
+                    for (int shaped = 0; shaped < 2; ++shaped) {
+                        char* row = bytes.data() + offset;
+                        std::memcpy(row, src.data(), src.size() * 4);
+                        const char* from =
+                            inPlace ? row : reinterpret_cast<const char*>(src.data());
+                        const int written = shaped
+                                                ? ScanlineShapedSubpixCrawlBlit(row, from, count, f)
+                                                : ScanlineSubpixCrawlBlit(row, from, count, f);
+                        EXPECT_EQ(written, count > 0 ? 1 : 0);
+                        for (int x = 0; x < int(src.size()); ++x) {
+                            std::uint32_t got;
+                            std::memcpy(&got, row + 4 * x, 4);
+                            const std::uint32_t want =
+                                x < count ? Pixel(shaped ? Kind::Shaped : Kind::Subpix, src[x],
+                                                  src[x + 1], f, false, 0)
+                                          : src[x];
+                            ASSERT_EQ(got, want)
+                                << "fraction " << f << " count " << count << " offset " << offset
+                                << " in place " << inPlace << " shaped " << shaped << " x " << x;
+                        }
+                    }
+                }
+}
