@@ -172,13 +172,13 @@ FLOWER_API int PreMultAlpha(char* dst, int dstPitch, const char* src, int srcPit
 // rightFadeWidth columns, transparent black after it. Column x of each row comes
 // from source column p + x, where p is position reduced into 0..period-1; the
 // strip must hold p + width pixels per row (one more for the sub-pixel forms).
-// When leftEdge <= 0 and rightEdge >= width - 1 the rows are copied whole and the
-// fades are ignored. Edges that cross (leftEdge > rightEdge) both move to
-// leftEdge + (leftEdge - rightEdge) / 2. Fade widths below 0 count as 0.
-// Gradient levels run in 1/256 steps of an 8-bit factor, 0 to 0xFF00 across a
-// fade; a fade clipped by the left picture edge starts 256 times too high, so its
-// first column's alpha wraps, and one clipped by the right edge starts below 0:
-// both are kept as hosts know them.
+// When leftEdge <= 0 and rightEdge >= width - 1 every row goes whole through the
+// plain copy (or filter) and the fades are ignored. Edges that cross (leftEdge >
+// rightEdge) both move to leftEdge + (leftEdge - rightEdge) / 2. Fade widths below
+// 0 count as 0. Gradient levels run in 1/256 steps of an 8-bit factor, 0 to
+// 0xFF00 across a fade; a fade-in that starts left of the picture starts 256
+// times too high, so its first column's alpha wraps, and a fade-out that starts
+// left of the picture starts below 0: both are kept as hosts know them.
 // Calls PreOp and PostOp once each and never CheckTimeSlice; a span entirely
 // outside the picture clears the rectangle through BlitColour (which brackets
 // itself with its own PreOp/PostOp). Always returns 1.
