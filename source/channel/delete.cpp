@@ -1,0 +1,13 @@
+// Releasing channels, the same way create.cpp obtained them.
+#include <cstdlib>
+
+#include "channel.h"
+
+void DeleteChannel(Channel* channel)
+{
+    if (channel == nullptr)
+        return;
+    if (channel->ownsData && channel->data != nullptr)
+        std::free(channel->data);
+    std::free(channel);
+}
