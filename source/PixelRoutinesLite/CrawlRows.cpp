@@ -4,8 +4,8 @@
 //   straight:  e0 = A0*(256 - f), e1 = A1*f, sum = e0 + e1 (u32)
 //              C = (C1*e1 + C0*e0) / sum, A = (sum >> 8) & 255, all zero when sum = 0
 //   shaped:    X = (X1*wNext + X0*wCur) / 256 for all four channels, signed, truncating,
-//              low 8 bits kept; the plain routine weights the current pixel f, the gradient one 256
-//              - f.
+//              low 8 bits kept; the plain routine weights the current pixel f, the
+//              gradient one 256 - f.
 // A gradient level L fades a channel to ((L / 256)*X) / 256 (signed, truncating) and moves
 // to min(L + levelStep, 0x10000) after every pixel, with no lower bound. Levels are kept in
 // 64 bits so that a host's extreme step cannot overflow them.
