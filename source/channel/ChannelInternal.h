@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "channel.h"
+#include "petal.h"
 
 namespace ChannelInternal {
 
@@ -22,6 +23,29 @@ inline u8* ChannelRow(const Channel& c, i32 y)
 {
     return c.data + std::ptrdiff_t(y) * c.rowBytes;
 }
+
+// A whole-layer access that ends itself on every path.
+class LayerReader {
+  public:
+    explicit LayerReader(Marrow::StubLayer* layer)
+        : access(), open(BeginAccessLayer(&access, layer))
+    {
+    }
+    LayerReader(const LayerReader&) = delete;
+    LayerReader& operator=(const LayerReader&) = delete;
+    ~LayerReader()
+    {
+        if (open)
+            EndAccessLayer(&access);
+    }
+    bool IsOpen() const { return open; }
+    const LayerAccess& Access() const { return access; }
+    u8* Row(i32 y) const { return access.pixels + std::ptrdiff_t(y) * access.rowBytes; }
+
+  private:
+    LayerAccess access;
+    bool open;
+};
 
 } // namespace ChannelInternal
 

@@ -90,6 +90,19 @@ Channel* CreateClippedChannel(Channel* parent)
     return channel;
 }
 
+Channel* CreateSizedChannel(Marrow::StubLayer* layer)
+{
+    if (layer == nullptr)
+        return nullptr;
+    ChannelInternal::LayerReader reader(layer);
+    if (!reader.IsOpen())
+        return nullptr;
+    const LayerRegion& region = reader.Access().region;
+    if (region.width < 1 || region.height < 1)
+        return nullptr;
+    return ChannelInternal::MakeOwningChannel(region.width, region.height);
+}
+
 void ClipChannel(Channel* channel, i32 x1, i32 y1, i32 x2, i32 y2)
 {
     if (channel == nullptr || channel->parent == nullptr)

@@ -2,9 +2,11 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 
 #include "channel.h"
 #include "channel/ChannelInternal.h"
+#include "stem.h"
 
 using ChannelInternal::ChannelRow;
 using ChannelInternal::HasSamples;
@@ -63,5 +65,28 @@ bool TileChannel(Channel* destination, Channel* source, i32 x, i32 y)
         TileRow(ChannelRow(*destination, r), ChannelRow(*source, sourceRow), destination->width,
                 source->width, firstColumn);
     }
+    return true;
+}
+
+bool FillLayer(Marrow::StubLayer* layer, Pel value)
+{
+    if (layer == nullptr)
+        return false;
+    ChannelInternal::LayerReader reader(layer);
+    if (!reader.IsOpen())
+        return true;
+    const LayerAccess& access = reader.Access();
+    const i32 width = access.region.width;
+    const i32 height = access.region.height;
+    if (width < 1 || height < 1)
+        return true;
+    const SetScanlineRoutine set = GetSetScanline();
+    if (std::int64_t(access.rowBytes) == std::int64_t(width) * 4 &&
+        std::int64_t(width) * height <= std::numeric_limits<int>::max()) {
+        set(reinterpret_cast<Pel*>(access.pixels), width * height, value);
+        return true;
+    }
+    for (i32 y = 0; y < height; ++y)
+        set(reinterpret_cast<Pel*>(reader.Row(y)), width, value);
     return true;
 }

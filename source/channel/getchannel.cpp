@@ -1,0 +1,105 @@
+// Extracting one channel of a layer into a Channel, top-left aligned.
+#include <algorithm>
+#include <cstring>
+
+#include "channel.h"
+#include "channel/ChannelInternal.h"
+
+using ChannelInternal::ChannelRow;
+
+namespace {
+
+// Pels are read as bytes B, G, R, A, so any pixel alignment works.
+enum : int { kBlue, kGreen, kRed, kAlpha, kCoveredLuminance, kLuminance };
+
+inline u32 Weighted(const u8* p)
+{
+    return u32(p[0]) * 29u + u32(p[1]) * 149u + u32(p[2]) * 77u;
+}
+
+void ByteRow(u8* dst, const u8* pels, i32 count, int byte)
+{
+    for (i32 i = 0; i < count; ++i)
+        dst[i] = pels[std::size_t(i) * 4 + std::size_t(byte)];
+}
+
+// (B*29 + G*149 + R*77) * A / 65025, truncating: luminance weighted by coverage.
+void CoveredLuminanceRow(u8* dst, const u8* pels, i32 count)
+{
+    for (i32 i = 0; i < count; ++i, pels += 4)
+        dst[i] = u8(Weighted(pels) * pels[3] / 65025u);
+}
+
+void LuminanceRow(u8* dst, const u8* pels, i32 count)
+{
+    for (i32 i = 0; i < count; ++i, pels += 4)
+        dst[i] = u8(Weighted(pels) / 255u);
+}
+
+void ExtractRow(u8* dst, const u8* pels, i32 count, i32 which)
+{
+    switch (which) {
+    case kBlue:
+    case kGreen:
+    case kRed:
+    case kAlpha:
+        return ByteRow(dst, pels, count, which);
+    case kCoveredLuminance:
+        return CoveredLuminanceRow(dst, pels, count);
+    case kLuminance:
+        return LuminanceRow(dst, pels, count);
+    default:
+        std::memset(dst, 0, std::size_t(count));
+    }
+}
+
+} // namespace
+
+bool GetChannel(Channel* channel, Marrow::StubLayer* layer, i32 which)
+{
+    if (channel == nullptr || channel->data == nullptr)
+        return false;
+    if (layer == nullptr)
+        return true;
+    ChannelInternal::LayerReader reader(layer);
+    if (!reader.IsOpen())
+        return true;
+    const LayerRegion& region = reader.Access().region;
+    // Negative sizes (clipped views past their parent) are empty.
+    const i32 width = std::max(channel->width, 0);
+    const i32 height = std::max(channel->height, 0);
+    const i32 rows = std::clamp(region.height, 0, height);
+    const i32 columns = std::clamp(region.width, 0, width);
+    for (i32 y = 0; y < rows; ++y) {
+        u8* dst = ChannelRow(*channel, y);
+        ExtractRow(dst, reader.Row(y), columns, which);
+        std::memset(dst + columns, 0, std::size_t(width - columns));
+    }
+    for (i32 y = rows; y < height; ++y)
+        std::memset(ChannelRow(*channel, y), 0, std::size_t(width));
+    return true;
+}
+
+bool GetBlueChannel(Channel* channel, Marrow::StubLayer* layer)
+{
+    GetChannel(channel, layer, kBlue);
+    return true;
+}
+
+bool GetGreenChannel(Channel* channel, Marrow::StubLayer* layer)
+{
+    GetChannel(channel, layer, kGreen);
+    return true;
+}
+
+bool GetRedChannel(Channel* channel, Marrow::StubLayer* layer)
+{
+    GetChannel(channel, layer, kRed);
+    return true;
+}
+
+bool GetAlphaChannel(Channel* channel, Marrow::StubLayer* layer)
+{
+    GetChannel(channel, layer, kAlpha);
+    return true;
+}
