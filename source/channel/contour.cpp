@@ -6,16 +6,65 @@
 #include <cstring>
 #include <limits>
 #include <memory>
-#include <new>
-#include <vector>
 
 #include "channel.h"
 
+// The flat buffer, on the C heap: the library exports no container code.
 struct Contour {
-    std::vector<int> data;
+    int* data;
+    int length;
 };
 
 namespace {
+
+// A growable run of ints that stops growing, and says so, when memory runs out
+// or the length would pass what an int can count.
+class IntBuffer {
+  public:
+    IntBuffer() = default;
+    IntBuffer(const IntBuffer&) = delete;
+    IntBuffer& operator=(const IntBuffer&) = delete;
+    ~IntBuffer() { std::free(data); }
+
+    void Push(int value)
+    {
+        if (size == capacity && !Grow())
+            return;
+        data[size++] = value;
+    }
+    std::size_t Size() const { return size; }
+    int& operator[](std::size_t i) { return data[i]; }
+    bool Failed() const { return failed; }
+    // Hands the block over; the buffer is empty afterwards.
+    int* Release()
+    {
+        int* block = data;
+        data = nullptr;
+        size = capacity = 0;
+        return block;
+    }
+
+  private:
+    bool Grow()
+    {
+        const std::size_t limit = std::size_t(std::numeric_limits<int>::max());
+        const std::size_t wanted = capacity == 0 ? 256 : capacity * 2;
+        const std::size_t next = wanted < limit ? wanted : limit;
+        void* block = failed || next <= capacity ? nullptr : std::realloc(data, next * sizeof(int));
+        if (block == nullptr) {
+            failed = true;
+            return false;
+        }
+        data = static_cast<int*>(block);
+        capacity = next;
+        return true;
+    }
+
+    int* data = nullptr;
+    std::size_t size = 0;
+    std::size_t capacity = 0;
+    bool failed = false;
+};
 
 // The samples as a grid with a one-sample outside margin, so every corner of
 // the (width + 1) x (height + 1) lattice sees four cells. Corner (x, y) sits at
@@ -99,13 +148,13 @@ inline unsigned CornerCode(const u8* c, std::size_t p, std::size_t stride)
 
 // Follows one loop from its smallest corner (x0, y0), appending its turning
 // corners, and marks every horizontal edge on the way as traced.
-void TraceLoop(Grid& grid, int x0, int y0, std::vector<int>& out)
+void TraceLoop(Grid& grid, int x0, int y0, IntBuffer& out)
 {
     u8* const c = grid.cells.get();
     const std::size_t stride = grid.stride;
     const std::size_t start = std::size_t(y0) * stride + std::size_t(x0);
-    const std::size_t countSlot = out.size();
-    out.push_back(0);
+    const std::size_t countSlot = out.Size();
+    out.Push(0);
     int points = 0;
 
     std::size_t p = start;
@@ -115,8 +164,8 @@ void TraceLoop(Grid& grid, int x0, int y0, std::vector<int>& out)
     // outer boundary); otherwise it arrives and the loop leaves downwards (a
     // hole, whose smallest corner may be a saddle shared with another loop).
     Heading heading = (c[p + stride + 1] & kInside) != 0 ? kRight : kDown;
-    out.push_back(x);
-    out.push_back(y);
+    out.Push(x);
+    out.Push(y);
     ++points;
     for (;;) {
         switch (heading) {
@@ -141,13 +190,14 @@ void TraceLoop(Grid& grid, int x0, int y0, std::vector<int>& out)
         if (next == kNone)
             next = Heading((heading + 3) & 3);
         if (next != heading) {
-            out.push_back(x);
-            out.push_back(y);
+            out.Push(x);
+            out.Push(y);
             ++points;
         }
         heading = next;
     }
-    out[countSlot] = points;
+    if (!out.Failed())
+        out[countSlot] = points;
 }
 
 // Traced bits are only ever set where the inside bits differ, so equal words
@@ -162,11 +212,11 @@ inline std::uint64_t Load8(const u8* p)
 // Scans the horizontal edges in (y, x) order: the first untraced boundary edge
 // met belongs to an untraced loop, and its left end is that loop's smallest
 // corner, so loops come out ordered by their start corners.
-void TraceAll(Grid& grid, int width, int height, std::vector<int>& out)
+void TraceAll(Grid& grid, int width, int height, IntBuffer& out)
 {
     const u8* const c = grid.cells.get();
     const std::size_t stride = grid.stride;
-    out.push_back(0);
+    out.Push(0);
     int loops = 0;
     for (int y = 0; y <= height; ++y) {
         const u8* above = c + std::size_t(y) * stride + 1;
@@ -181,10 +231,13 @@ void TraceAll(Grid& grid, int width, int height, std::vector<int>& out)
             if (((above[x] ^ below[x]) & kInside) == 0 || (below[x] & kTraced) != 0)
                 continue;
             TraceLoop(grid, x, y, out);
+            if (out.Failed())
+                return;
             ++loops;
         }
     }
-    out[0] = loops;
+    if (!out.Failed())
+        out[0] = loops;
 }
 
 u8 ClampThreshold(int threshold)
@@ -194,18 +247,19 @@ u8 ClampThreshold(int threshold)
 
 Contour* Trace(const u8* samples, int width, int height, std::ptrdiff_t rowBytes, int threshold)
 {
-    try {
-        Grid grid;
-        if (!BuildGrid(samples, width, height, rowBytes, ClampThreshold(threshold), &grid))
-            return nullptr;
-        std::unique_ptr<Contour> contour(new Contour);
-        TraceAll(grid, width, height, contour->data);
-        if (contour->data.size() > std::size_t(std::numeric_limits<int>::max()))
-            return nullptr;
-        return contour.release();
-    } catch (...) {
+    Grid grid;
+    if (!BuildGrid(samples, width, height, rowBytes, ClampThreshold(threshold), &grid))
         return nullptr;
-    }
+    IntBuffer out;
+    TraceAll(grid, width, height, out);
+    if (out.Failed())
+        return nullptr;
+    Contour* contour = static_cast<Contour*>(std::malloc(sizeof(Contour)));
+    if (contour == nullptr)
+        return nullptr;
+    contour->length = int(out.Size());
+    contour->data = out.Release();
+    return contour;
 }
 
 } // namespace
@@ -235,11 +289,14 @@ const int* GetContourData(const Contour* contour, int* length)
         return nullptr;
     }
     if (length != nullptr)
-        *length = int(contour->data.size());
-    return contour->data.data();
+        *length = contour->length;
+    return contour->data;
 }
 
 void DeleteContour(Contour* contour)
 {
-    delete contour;
+    if (contour == nullptr)
+        return;
+    std::free(contour->data);
+    std::free(contour);
 }
