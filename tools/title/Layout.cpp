@@ -103,11 +103,15 @@ Production Produce(const Options& o)
         roll.filter = o.filter;
         const int panelX = std::max(0, roll.region.x + margin - 2 * pad);
         bands.push_back({panelX, top, w - 2 * panelX, regionHeight});
-        // Source line L shows at region row L - (roll position): the block,
-        // which starts at line regionHeight, is centred at this position.
-        const double centred = regionHeight + block.height / 2.0 - regionHeight / 2.0;
+        // Source line L shows at region row L - (roll position), and the block
+        // starts at line regionHeight: a short block is centred, a tall one
+        // shows its first lines just below the top fade.
+        const int shownFade = std::min(roll.fade, regionHeight / 4);
+        const double position = block.height <= regionHeight
+                                    ? regionHeight / 2.0 + block.height / 2.0
+                                    : double(regionHeight - shownFade);
         const double period = regionHeight + block.height;
-        p.showcaseTime = (roll.speed > 0 ? centred : centred - period) / roll.speed;
+        p.showcaseTime = (roll.speed > 0 ? position : position - period) / roll.speed;
     }
     p.scene = std::make_unique<Scene>(std::move(background), bands, o.band, std::move(crawl),
                                       std::move(roll));

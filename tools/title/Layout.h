@@ -12,8 +12,8 @@ namespace title {
 
 struct Production {
     std::unique_ptr<Scene> scene;
-    // A time at which the roll block sits in the middle of its region: the
-    // still's default, so that it shows text rather than an empty roll.
+    // A time at which the roll shows its text (the still's default), rather
+    // than the empty region a roll starts with.
     double showcaseTime = 0;
 };
 
