@@ -81,7 +81,6 @@ struct FreeDeleter {
 struct Grid {
     std::unique_ptr<u8, FreeDeleter> cells;
     std::size_t stride = 0;
-    std::size_t rows = 0;
 };
 
 // Headings run clockwise on screen (y down), so a left turn is heading + 3.
@@ -130,7 +129,6 @@ bool BuildGrid(const u8* samples, int width, int height, std::ptrdiff_t rowBytes
     if (!grid->cells)
         return false;
     grid->stride = stride;
-    grid->rows = rows;
     u8* cell = grid->cells.get() + stride + 1;
     for (int y = 0; y < height; ++y, cell += stride) {
         const u8* row = samples + std::ptrdiff_t(y) * rowBytes;
