@@ -52,9 +52,13 @@ void Progress::Finish(int framesDone, double videoSeconds, const std::string& su
     if (!enabled)
         return;
     const double elapsed = Elapsed();
-    std::fprintf(stderr, "flower-title: %d frame%s, %.2f s of video in %.2f s (%.1f fps)%s\n",
-                 framesDone, framesDone == 1 ? "" : "s", videoSeconds, elapsed,
-                 elapsed > 0 ? framesDone / elapsed : 0.0, suffix.c_str());
+    if (framesDone == 1) {
+        std::fprintf(stderr, "flower-title: 1 frame in %.2f s%s\n", elapsed, suffix.c_str());
+        return;
+    }
+    std::fprintf(stderr, "flower-title: %d frames, %.2f s of video in %.2f s (%.1f fps)%s\n",
+                 framesDone, videoSeconds, elapsed, elapsed > 0 ? framesDone / elapsed : 0.0,
+                 suffix.c_str());
 }
 
 } // namespace title
