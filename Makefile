@@ -1,6 +1,7 @@
 # make test : install missing Debian packages, build Release and sanitizer
 #             builds, run every test in each; fails on any failure or report.
-# make demo : (added with the title renderer)
+# make demo : build everything, then render out/demo.png and out/demo.y4m
+#             with tools/title (flower-title) from its built-in defaults.
 
 JOBS ?= $(shell nproc)
 DEB_PACKAGES := cmake make g++ clang libclang-rt-14-dev pkg-config \
@@ -14,7 +15,7 @@ export ASAN_OPTIONS := detect_leaks=1:abort_on_error=1:strict_string_checks=1:de
 export UBSAN_OPTIONS := print_stacktrace=1:halt_on_error=1
 export TSAN_OPTIONS := halt_on_error=1:second_deadlock_stack=1
 
-.PHONY: all deps build test test-release test-sanitize test-thread format clean
+.PHONY: all deps build test test-release test-sanitize test-thread format clean demo
 
 all: build
 
@@ -59,6 +60,15 @@ test-thread: build/thread/CMakeCache.txt
 	cd build/thread && ctest --output-on-failure -j $(JOBS) -L threads
 
 test: test-release test-sanitize test-thread
+
+DEMO_TOOL := build/release/tools/flower-title
+DEMO_STYLE := --outline 2 --shadow 3
+
+demo: build
+	mkdir -p out
+	$(DEMO_TOOL) still $(DEMO_STYLE) -o out/demo.png
+	$(DEMO_TOOL) crawl --with-roll $(DEMO_STYLE) --size 1280x720 --time 4 --seconds 4 -o out/demo.y4m
+	@echo "View: ffplay out/demo.y4m   (or mpv out/demo.y4m; see README.md, Title renderer)"
 
 format:
 	clang-format -i $$(git ls-files '*.h' '*.cpp')
