@@ -73,9 +73,10 @@ class TitleTool : public ::testing::Test {
 
 // Small frames keep every render quick.
 const char kSmall[] = "--size 160x96 --fps 25 --quiet";
-// Crawl on a transparent frame with no band or fade: the output is the crawl itself.
-const char kBareCrawl[] = "crawl --size 160x96 --fps 25 --quiet --background '#00000000' "
-                          "--band '#00000000' --fade 0 --font-size 24 --text 'Flower IIMW'";
+// Crawl on a transparent frame with no band: the output is the crawl itself.
+const std::string kClearCrawl = "crawl --size 160x96 --fps 25 --quiet --background '#00000000' "
+                                "--band '#00000000' --font-size 24 ";
+const std::string kBareCrawl = kClearCrawl + "--fade 0 --text 'Flower IIMW'";
 
 using Frame = std::vector<std::uint32_t>;
 
@@ -195,7 +196,7 @@ TEST_F(TitleTool, RawFramesGoToStdout)
 // At 3 * fps pixels per second the strip moves exactly 3 pixels a frame.
 TEST_F(TitleTool, CrawlAtIntegerSpeedMovesWholePixelsPerFrame)
 {
-    const Result r = Run(std::string(kBareCrawl) + " --speed 75 --time 1 --seconds 0.2 -o -");
+    const Result r = Run(kBareCrawl + " --speed 75 --time 1 --seconds 0.2 -o -");
     ASSERT_EQ(r.status, 0) << r.err;
     const std::vector<Frame> frames = RawFrames(r.out, 160, 96);
     ASSERT_EQ(frames.size(), 5u);
@@ -208,11 +209,58 @@ TEST_F(TitleTool, CrawlAtIntegerSpeedMovesWholePixelsPerFrame)
     }
 }
 
+// With no blur and no fades a roll at 2 * fps lines per second moves its rows
+// up by exactly two lines a frame.
+TEST_F(TitleTool, RollAtIntegerSpeedMovesWholeLinesPerFrame)
+{
+    const Result r = Run("roll --size 160x96 --fps 25 --quiet --background '#00000000' "
+                         "--band '#00000000' --fade 0 --filter 0 --font-size 14 --speed 50 "
+                         "--time 1 --seconds 0.16 -o -");
+    ASSERT_EQ(r.status, 0) << r.err;
+    const std::vector<Frame> frames = RawFrames(r.out, 160, 96);
+    ASSERT_EQ(frames.size(), 4u);
+    for (std::size_t n = 0; n + 1 < frames.size(); ++n) {
+        ASSERT_GT(Inked(frames[n]), 100u) << "frame " << n << " shows no text";
+        // Rows 2 .. 93 of the next frame are rows 4 .. 95 of this one, except
+        // where the roll region ends (its rows are all inside 8 .. 88).
+        for (int y = 8; y + 2 < 88; ++y)
+            for (int x = 0; x < 160; ++x)
+                ASSERT_EQ(frames[n + 1][y * 160 + x], frames[n][(y + 2) * 160 + x])
+                    << "frame " << n << " x " << x << " y " << y;
+    }
+}
+
+// Fades cover exactly their zones: column 0 is transparent, the right zone
+// dims, and the columns between are as without fades.
+TEST_F(TitleTool, CrawlFadesOnlyItsEdgeZones)
+{
+    const std::string crawl =
+        kClearCrawl + "--text 'Flower IIMW Flower IIMW' --speed 90 --time 2 --seconds 0.04 -o - ";
+    const Result plain = Run(crawl + "--fade 0");
+    const Result faded = Run(crawl + "--fade 20");
+    ASSERT_EQ(plain.status, 0) << plain.err;
+    ASSERT_EQ(faded.status, 0) << faded.err;
+    const Frame a = RawFrames(plain.out, 160, 96).at(0), b = RawFrames(faded.out, 160, 96).at(0);
+    std::size_t dimmedLeft = 0, dimmedRight = 0;
+    for (int y = 0; y < 96; ++y) {
+        EXPECT_EQ(b[y * 160] >> 24, 0u) << "row " << y;
+        for (int x = 0; x < 160; ++x) {
+            const bool dimmer = (b[y * 160 + x] >> 24) < (a[y * 160 + x] >> 24);
+            if (x >= 20 && x < 140)
+                ASSERT_EQ(b[y * 160 + x], a[y * 160 + x]) << x << "," << y;
+            else
+                (x < 20 ? dimmedLeft : dimmedRight) += dimmer;
+        }
+    }
+    EXPECT_GT(dimmedLeft, 20u);
+    EXPECT_GT(dimmedRight, 20u);
+}
+
 // Each field is rendered at its own time: tff takes even rows from the
 // frame's time and odd rows from half a frame later; bff the other way round.
 TEST_F(TitleTool, InterlacedRowsComeFromTheirFieldsTimes)
 {
-    const std::string crawl = std::string(kBareCrawl) + " --speed 137 --seconds 0.04 -o -";
+    const std::string crawl = kBareCrawl + " --speed 137 --seconds 0.04 -o -";
     const Frame early = RawFrames(Run(crawl + " --time 1").out, 160, 96).at(0);
     const Frame late = RawFrames(Run(crawl + " --time 1.02").out, 160, 96).at(0);
     ASSERT_NE(early, late);
