@@ -9,15 +9,15 @@
 // A gradient level L fades a channel to ((L / 256)*X) / 256 (signed, truncating) and moves
 // to min(L + levelStep, 0x10000) after every pixel, with no lower bound. Levels are kept in
 // 64 bits so that a host's extreme step cannot overflow them.
+//
+// These are the reference kernels of the sub-pixel filters; faster sets must match them bit
+// for bit and are chosen beneath the CEE_ entries, once.
 #include "PixelRoutinesLite/CEE.h"
+#include "PixelRoutinesLite/CrawlKernels.h"
 #include "inlinepelops.h"
 
 #include <cstdint>
 #include <cstring>
-
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 namespace {
 
@@ -111,84 +111,6 @@ inline Pel ShapedFilterGeneral(Pel s0, Pel s1, int wCur, int wNext)
                    ShapedChannel(PelAlpha(s0), PelAlpha(s1), wCur, wNext));
 }
 
-// Four-pixel blocks of the in-range filters. Each returns how many leading pixels it wrote;
-// the scalar filters finish the row, so a block can never differ from them at a tail.
-#if defined(__SSE2__)
-
-inline __m128i LoadPels4(const char* row, int index)
-{
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + std::ptrdiff_t(index) * 4));
-}
-
-inline void StorePels4(char* row, int index, __m128i pels)
-{
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(row + std::ptrdiff_t(index) * 4), pels);
-}
-
-// LerpPel on four pixels: [b g r a] x4 -> [0b 0g 0r 0a] x2 per half, 16-bit lanes, where
-// X * w <= 255 * 256 and the two products of a lane sum to at most 0xFF00.
-inline __m128i LerpPels4(__m128i p0, __m128i p1, __m128i w0, __m128i w1)
-{
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i lo = _mm_add_epi16(_mm_mullo_epi16(_mm_unpacklo_epi8(p0, zero), w0),
-                                     _mm_mullo_epi16(_mm_unpacklo_epi8(p1, zero), w1));
-    const __m128i hi = _mm_add_epi16(_mm_mullo_epi16(_mm_unpackhi_epi8(p0, zero), w0),
-                                     _mm_mullo_epi16(_mm_unpackhi_epi8(p1, zero), w1));
-    return _mm_packus_epi16(_mm_srli_epi16(lo, 8), _mm_srli_epi16(hi, 8));
-}
-
-// Pairs that share an alpha take the lerp (zeroed where that alpha is 0); the others are
-// redone by the scalar filter. Fixes go to a copy of the block first, since dst may be src.
-int StraightBlocks(char* dst, const char* src, int count, u32 w0, u32 w1)
-{
-    const __m128i w0s = _mm_set1_epi16(short(w0));
-    const __m128i w1s = _mm_set1_epi16(short(w1));
-    int x = 0;
-    for (; x + 4 <= count; x += 4) {
-        const __m128i s0 = LoadPels4(src, x);
-        const __m128i s1 = LoadPels4(src, x + 1);
-        const __m128i a0 = _mm_srli_epi32(s0, 24);
-        const __m128i clear = _mm_cmpeq_epi32(a0, _mm_setzero_si128());
-        const __m128i out = _mm_andnot_si128(clear, LerpPels4(s0, s1, w0s, w1s));
-        const int sameAlpha = _mm_movemask_epi8(_mm_cmpeq_epi32(a0, _mm_srli_epi32(s1, 24)));
-        if (sameAlpha == 0xFFFF) {
-            StorePels4(dst, x, out);
-            continue;
-        }
-        char block[16];
-        StorePels4(block, 0, out);
-        for (int i = 0; i < 4; ++i)
-            if ((sameAlpha >> (4 * i) & 0xF) == 0)
-                StorePel(block, i,
-                         StraightFilter(LoadPel(src, x + i), LoadPel(src, x + i + 1), w0, w1));
-        std::memcpy(dst + std::ptrdiff_t(x) * 4, block, sizeof block);
-    }
-    return x;
-}
-
-int LerpBlocks(char* dst, const char* src, int count, u32 w0, u32 w1)
-{
-    const __m128i w0s = _mm_set1_epi16(short(w0));
-    const __m128i w1s = _mm_set1_epi16(short(w1));
-    int x = 0;
-    for (; x + 4 <= count; x += 4)
-        StorePels4(dst, x, LerpPels4(LoadPels4(src, x), LoadPels4(src, x + 1), w0s, w1s));
-    return x;
-}
-
-#else
-
-int StraightBlocks(char*, const char*, int, u32, u32)
-{
-    return 0;
-}
-int LerpBlocks(char*, const char*, int, u32, u32)
-{
-    return 0;
-}
-
-#endif
-
 // Runs `filter`(s0, s1) over the row, loading every source pixel once.
 template <class Filter> void FilterRow(char* dst, const char* src, int count, Filter filter)
 {
@@ -249,7 +171,44 @@ inline int Complement(int fraction)
     return int(256u - u32(fraction));
 }
 
+// Plain rows of the two sub-pixel crawls, for any fraction.
+void SubpixRow(char* dst, const char* src, int count, int fraction)
+{
+    WithStraightFilter(fraction, [&](auto filter) { FilterRow(dst, src, count, filter); });
+}
+
+// The current pixel takes f and the next one 256 - f here, the reverse of every other
+// sub-pixel routine; hosts depend on the asymmetry, so it stays.
+void ShapedSubpixRow(char* dst, const char* src, int count, int fraction)
+{
+    WithShapedFilter(fraction, Complement(fraction),
+                     [&](auto filter) { FilterRow(dst, src, count, filter); });
+}
+
 } // namespace
+
+const Kernels::CrawlSet Kernels::kCrawlScalar = {"scalar", SubpixRow, ShapedSubpixRow};
+
+int Kernels::RunnableCrawlSets(const CrawlSet* out[2])
+{
+    int n = 0;
+    out[n++] = &kCrawlScalar;
+#if defined(FLOWER_X86_KERNELS)
+    out[n++] = &kCrawlSSE2; // the x86-64 baseline
+#endif
+    return n;
+}
+
+// Chosen on first use; a function-local static is safe in load-time initialisers and
+// race-free.
+const Kernels::CrawlSet& Kernels::ActiveCrawlSet()
+{
+    static const CrawlSet* const active = [] {
+        const CrawlSet* sets[2];
+        return sets[RunnableCrawlSets(sets) - 1];
+    }();
+    return *active;
+}
 
 extern "C" {
 
@@ -269,13 +228,7 @@ int CEE_ScanlineSubpixCrawlBlit(char* dst, const char* src, int count, int fract
 {
     if (RowIsEmpty(dst, count))
         return 0;
-    const int done = FractionInRange(fraction)
-                         ? StraightBlocks(dst, src, count, 256u - u32(fraction), u32(fraction))
-                         : 0;
-    WithStraightFilter(fraction, [&](auto filter) {
-        FilterRow(dst + std::ptrdiff_t(done) * 4, src + std::ptrdiff_t(done) * 4, count - done,
-                  filter);
-    });
+    Kernels::ActiveCrawlSet().subpix(dst, src, count, fraction);
     return 1;
 }
 
@@ -290,19 +243,11 @@ int CEE_ScanlineSubpixCrawlGradientBlit(char* dst, const char* src, int count, i
     return 1;
 }
 
-// The current pixel takes f and the next one 256 - f here, the reverse of every other
-// sub-pixel routine; hosts depend on the asymmetry, so it stays.
 int CEE_ScanlineShapedSubpixCrawlBlit(char* dst, const char* src, int count, int fraction)
 {
     if (RowIsEmpty(dst, count))
         return 0;
-    const int done = FractionInRange(fraction)
-                         ? LerpBlocks(dst, src, count, u32(fraction), 256u - u32(fraction))
-                         : 0;
-    WithShapedFilter(fraction, Complement(fraction), [&](auto filter) {
-        FilterRow(dst + std::ptrdiff_t(done) * 4, src + std::ptrdiff_t(done) * 4, count - done,
-                  filter);
-    });
+    Kernels::ActiveCrawlSet().shapedSubpix(dst, src, count, fraction);
     return 1;
 }
 
