@@ -9,6 +9,7 @@
 // are formed in u32 and converted back before the signed division.
 #include "PixelRoutinesLite/BufferTable.h"
 #include "PixelRoutinesLite/CEE.h"
+#include "PixelRoutinesLite/CompositKernels.h"
 #include "PixelRoutinesLite/PelIO.h"
 
 #include <cstring>
@@ -103,8 +104,7 @@ int CEE_ScanlineBlitColour(char* dst, int count, int colour)
 
 int CEE_ScanlineComposit(char* dst, const char* bottom, const char* top, int count)
 {
-    for (int i = 0; i < count; ++i)
-        StorePel(dst, i, CompositPel(LoadPel(top, i), LoadPel(bottom, i)));
+    Kernels::ActiveCompositSet().composit(dst, bottom, top, count);
     return 1;
 }
 

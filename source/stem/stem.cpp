@@ -1,6 +1,8 @@
 // Portable row routines: the defaults of every slot in the scanline table.
 #include "stem.h"
 
+#include "PixelRoutinesLite/CompositKernels.h"
+
 #include <cstring>
 #include <utility>
 
@@ -274,26 +276,13 @@ void Stem::MaxScanline(Pel* dst, const Pel* src1, const Pel* src2, int count)
 // All are CompositPel's ordered branches; an opaque bottom rounds through
 // DivideBy255, a translucent one truncates through global_adt.
 
+// The same per-pel contract as the buffer composite, so both slots share its
+// fastest kernel set.
 void Stem::CompositScanline(Pel* dst, const Pel* top, const Pel* bottom, int count)
 {
-    for (int i = 0; i < count; ++i) {
-        const Pel t = top[i];
-        const u32 ta = PelAlpha(t);
-        if (ta == 255u) {
-            dst[i] = t;
-            continue;
-        }
-        const Pel b = bottom[i];
-        const u32 ba = PelAlpha(b);
-        if (ba == 0u)
-            dst[i] = t;
-        else if (ta == 0u)
-            dst[i] = b;
-        else if (ba == 255u)
-            dst[i] = BlendOnOpaque(t, b, ta);
-        else
-            dst[i] = CompositPel(t, b);
-    }
+    Kernels::ActiveCompositSet().composit(reinterpret_cast<char*>(dst),
+                                          reinterpret_cast<const char*>(bottom),
+                                          reinterpret_cast<const char*>(top), count);
 }
 
 // The bottom's alpha is never consulted, only passed on under a clear top.

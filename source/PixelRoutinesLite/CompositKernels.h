@@ -1,0 +1,26 @@
+// Composite row kernels. Every set returns exactly what kCompositScalar returns;
+// only speed differs. Rows are raw bytes with no alignment promise; dst may be
+// the very row of top or of bottom, but may not overlap either partially.
+#ifndef FLOWER_SOURCE_COMPOSITKERNELS_H
+#define FLOWER_SOURCE_COMPOSITKERNELS_H
+
+namespace Kernels {
+
+struct CompositSet {
+    const char* name; // "scalar", "sse2", "avx2"
+    // CompositPel(top[i], bottom[i]) for i in 0..count-1; nothing for count < 1.
+    void (*composit)(char* dst, const char* bottom, const char* top, int count);
+};
+
+extern const CompositSet kCompositScalar, kCompositSSE2, kCompositAVX2;
+
+// Fills `out` with the sets this build holds and this CPU runs, scalar first and
+// best last; returns how many.
+int RunnableCompositSets(const CompositSet* out[3]);
+
+// The one dispatch point: the best runnable set, chosen on first use.
+const CompositSet& ActiveCompositSet();
+
+} // namespace Kernels
+
+#endif
