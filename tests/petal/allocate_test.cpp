@@ -5,157 +5,109 @@
 
 namespace {
 
-u8* FailingAlloc(i32 size, FreeFunction*, void**, void* data)
-{
-    Log(data ? "alloc-with-datum" : "alloc", std::uintptr_t(size));
-    return nullptr;
-}
-
-u8* FailingZero(i32 size, FreeFunction*, void**, void* data)
-{
-    Log(data ? "zero-with-datum" : "zero", std::uintptr_t(size));
-    return nullptr;
-}
-
+int gDatumA, gDatumB;
 void* gSeenPelData = nullptr;
 
+template <bool kZero> u8* FailingHook(i32 size, FreeFunction*, void**, void* data)
+{
+    Log(kZero ? (data ? "zero-with-datum" : "zero") : (data ? "alloc-with-datum" : "alloc"),
+        std::uintptr_t(size));
+    return nullptr;
+}
+
+template <bool kZero>
 u8* CountingPels(u32 width, u32 height, u32* outRowBytes, FreeFunction* outFree, void** outFreeData,
                  void* data)
 {
-    Log("pels", width * height);
+    Log(kZero ? "zero-pels" : "pels", width * height);
     gSeenPelData = data;
-    return raw_pel_alloc(width, height, outRowBytes, outFree, outFreeData, nullptr);
+    return (kZero ? zero_pel_alloc : raw_pel_alloc)(width, height, outRowBytes, outFree,
+                                                    outFreeData, nullptr);
 }
 
-u8* CountingZeroPels(u32 width, u32 height, u32* outRowBytes, FreeFunction* outFree,
-                     void** outFreeData, void* data)
+using PelAlloc = u8* (*)(u32, u32, u32*, FreeFunction*, void**);
+
+// The pitch of a block allocated and freed through its own pair; 0 for a failure
+// that stored nothing. Filling the block lets the sanitizers check its size.
+u32 PitchOf(PelAlloc allocPels, u32 width, u32 height)
 {
-    Log("zero-pels", width * height);
-    gSeenPelData = data;
-    return zero_pel_alloc(width, height, outRowBytes, outFree, outFreeData, nullptr);
-}
-
-int gDatumA, gDatumB;
-
-using Allocate = HookedTest;
-using Strings = std::vector<std::string>;
-
-TEST_F(Allocate, DefaultPelsArePackedAndFreedByTheirPair)
-{
-    u32 rowBytes = 0;
-    FreeFunction freeFunction = nullptr;
-    void* freeData = &gDatumA;
-    u8* block = alloc_raw_pels(3, 2, &rowBytes, &freeFunction, &freeData);
-    ASSERT_NE(block, nullptr);
-    EXPECT_EQ(rowBytes, 12u);
-    EXPECT_EQ(freeFunction, free_wrapper);
-    EXPECT_EQ(freeData, nullptr);
-    std::memset(block, 0xAB, 24); // the sanitizer build checks the size
-    freeFunction(block, freeData);
-    free_wrapper(nullptr, nullptr);
-}
-
-// Sizes whose byte count is 0 or does not fit in 31 bits fail, storing nothing.
-TEST_F(Allocate, DefaultPelAllocatorsRefuseEmptyAndOversizedBuffers)
-{
-    const u32 sizes[][2] = {{0, 5},           {5, 0},           {65536, 65537},   {0x40000000u, 1},
-                            {0x40000000u, 4}, {0xFFFFFFFFu, 1}, {1, 0x20000000u}, {46341, 46341}};
-    for (const auto& size : sizes) {
-        for (auto allocPels : {alloc_raw_pels, alloc_zero_pels}) {
-            u32 rowBytes = 77;
-            FreeFunction freeFunction = nullptr;
-            void* freeData = nullptr;
-            EXPECT_EQ(allocPels(size[0], size[1], &rowBytes, &freeFunction, &freeData), nullptr)
-                << size[0] << "x" << size[1];
-            EXPECT_EQ(rowBytes, 77u);
-        }
-    }
-    EXPECT_EQ(CreateLayer(65536, 65537), nullptr);
-    EXPECT_EQ(CreateLayerRaw(32768, 65536), nullptr);
-    EXPECT_EQ(CreateLayer(0, 10), nullptr);
-    EXPECT_EQ(CreateLayer(-1, 10), nullptr);
-    EXPECT_EQ(CreateLayer(10, -1), nullptr);
-}
-
-TEST_F(Allocate, NullOutPointersFailBeforeAnyHook)
-{
-    SetAllocator(FailingAlloc, &gDatumA, FailingZero);
+    u32 rowBytes = 77;
     FreeFunction freeFunction = nullptr;
     void* freeData = nullptr;
+    u8* block = allocPels(width, height, &rowBytes, &freeFunction, &freeData);
+    if (!block)
+        return rowBytes == 77 ? 0 : ~0u;
+    EXPECT_TRUE(allocPels != alloc_zero_pels || (block[0] | block[rowBytes * height - 1]) == 0);
+    std::memset(block, 0xAB, std::size_t(rowBytes) * height);
+    freeFunction(block, freeData);
+    return rowBytes;
+}
+
+using Allocate = HookedTest;
+
+TEST_F(Allocate, DefaultsPackRowsAndRefuseEmptyOrOversizedBuffers)
+{
+    const u32 refused[][2] = {{0, 5},           {5, 0},           {65536, 65537},
+                              {0x40000000u, 1}, {0x40000000u, 4}, {0xFFFFFFFFu, 1},
+                              {1, 0x20000000u}, {46341, 46341}};
+    for (PelAlloc allocPels : {alloc_raw_pels, alloc_zero_pels}) {
+        EXPECT_EQ(PitchOf(allocPels, 3, 2), 12u);
+        for (const auto& size : refused)
+            EXPECT_EQ(PitchOf(allocPels, size[0], size[1]), 0u) << size[0] << "x" << size[1];
+    }
+    FreeFunction freeFunction = nullptr;
+    void* freeData = &gDatumA;
+    u8* block = alloc_buffer(5, &freeFunction, &freeData);
+    EXPECT_EQ(freeFunction, free_wrapper);
+    EXPECT_EQ(freeData, nullptr);
+    free_wrapper(block, nullptr);
+    free_wrapper(nullptr, nullptr);
+    for (auto size : {std::pair<i32, i32>{0, 10}, {-1, 10}, {10, -1}, {65536, 65537}})
+        EXPECT_EQ(CreateLayer(size.first, size.second), nullptr);
+    EXPECT_EQ(CreateLayerRaw(32768, 65536), nullptr);
+}
+
+// Failing hooks are passed over silently, they never see their datum, and a
+// null pitch pointer fails before any of them is asked.
+TEST_F(Allocate, FailingHooksFallBackToTheCLibrary)
+{
+    SetAllocator(FailingHook<false>, &gDatumA, FailingHook<true>);
+    FreeFunction freeFunction = nullptr;
+    void* freeData = &gDatumB;
     EXPECT_EQ(alloc_raw_pels(2, 2, nullptr, &freeFunction, &freeData), nullptr);
     EXPECT_EQ(alloc_zero_pels(2, 2, nullptr, &freeFunction, &freeData), nullptr);
     EXPECT_EQ(Events(), Strings{});
-    // Invalid buffer requests still reach both hooks, then fail.
     EXPECT_EQ(alloc_buffer(16, nullptr, &freeData), nullptr);
     EXPECT_EQ(alloc_buffer(0, &freeFunction, &freeData), nullptr);
     EXPECT_EQ(alloc_buffer_zero(-3, &freeFunction, &freeData), nullptr);
     EXPECT_EQ(Events(), (Strings{"alloc:16", "zero:16", "alloc:0", "zero:0",
                                  "zero:" + std::to_string(std::uintptr_t(-3))}));
-}
-
-// Failing hooks are passed over silently; the hooks never see their datum.
-TEST_F(Allocate, FailingBufferHooksFallBackToTheCLibrary)
-{
-    SetAllocator(FailingAlloc, &gDatumA, FailingZero);
-    FreeFunction freeFunction = nullptr;
-    void* freeData = &gDatumB;
-    u8* block = alloc_buffer(40, &freeFunction, &freeData);
-    ASSERT_NE(block, nullptr);
-    EXPECT_EQ(freeFunction, free_wrapper);
-    EXPECT_EQ(freeData, nullptr);
-    freeFunction(block, freeData);
-
-    block = alloc_buffer_zero(40, &freeFunction, &freeData);
-    ASSERT_NE(block, nullptr);
-    EXPECT_EQ(block[0] | block[39], 0);
-    freeFunction(block, freeData);
-
-    u32 rowBytes = 0;
-    block = alloc_raw_pels(3, 2, &rowBytes, &freeFunction, &freeData);
-    ASSERT_NE(block, nullptr);
-    EXPECT_EQ(rowBytes, 12u);
-    freeFunction(block, freeData);
-    block = alloc_zero_pels(3, 2, &rowBytes, &freeFunction, &freeData);
-    ASSERT_NE(block, nullptr);
-    freeFunction(block, freeData);
+    Events().clear();
+    for (auto allocate : {alloc_buffer, alloc_buffer_zero}) {
+        u8* block = allocate(40, &freeFunction, &freeData);
+        ASSERT_NE(block, nullptr);
+        EXPECT_TRUE(allocate != alloc_buffer_zero || (block[0] | block[39]) == 0);
+        EXPECT_EQ(freeFunction, free_wrapper);
+        EXPECT_EQ(freeData, nullptr);
+        freeFunction(block, freeData);
+    }
+    EXPECT_EQ(PitchOf(alloc_raw_pels, 3, 2), 12u);
+    EXPECT_EQ(PitchOf(alloc_zero_pels, 3, 2), 12u);
     EXPECT_EQ(Events(), (Strings{"alloc:40", "zero:40", "alloc:24", "zero:24"}));
-}
-
-TEST_F(Allocate, WorkingBufferHooksServeLayersAndTheirFreePairsAreKept)
-{
-    SetAllocator(nullptr, &gDatumA, CountingCalloc);
-    Marrow::StubLayer* layer = CreateLayer(2, 3);
-    ASSERT_NE(layer, nullptr);
-    DeleteLayer(layer);
-    const std::string object = std::to_string(sizeof(BasicLayer));
-    EXPECT_EQ(Events(), (Strings{"zero:24", "zero:" + object, "free:24", "free:" + object}));
 }
 
 TEST_F(Allocate, PelHooksGetTheirDataAndNullsRestoreTheDefaults)
 {
-    SetPelAllocator(CountingPels, &gDatumA, CountingZeroPels, &gDatumB);
-    u32 rowBytes = 0;
-    FreeFunction freeFunction = nullptr;
-    void* freeData = nullptr;
-    u8* block = alloc_raw_pels(4, 1, &rowBytes, &freeFunction, &freeData);
-    ASSERT_NE(block, nullptr);
+    SetPelAllocator(CountingPels<false>, &gDatumA, CountingPels<true>, &gDatumB);
+    EXPECT_EQ(PitchOf(alloc_raw_pels, 4, 1), 16u);
     EXPECT_EQ(gSeenPelData, &gDatumA);
-    freeFunction(block, freeData);
-    block = alloc_zero_pels(4, 1, &rowBytes, &freeFunction, &freeData);
-    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(PitchOf(alloc_zero_pels, 4, 1), 16u);
     EXPECT_EQ(gSeenPelData, &gDatumB);
-    freeFunction(block, freeData);
     EXPECT_EQ(Events(), (Strings{"pels:4", "zero-pels:4"}));
-
     SetPelAllocator(nullptr, &gDatumA, nullptr, &gDatumB);
-    Events().clear();
-    block = alloc_raw_pels(4, 1, &rowBytes, &freeFunction, &freeData);
-    ASSERT_NE(block, nullptr);
-    freeFunction(block, freeData);
-    block = alloc_zero_pels(4, 1, &rowBytes, &freeFunction, &freeData);
-    ASSERT_NE(block, nullptr);
-    freeFunction(block, freeData);
-    EXPECT_EQ(Events(), Strings{});
+    EXPECT_EQ(PitchOf(alloc_raw_pels, 4, 1), 16u);
+    EXPECT_EQ(PitchOf(alloc_zero_pels, 4, 1), 16u);
+    EXPECT_EQ(Events().size(), 2u);
 }
 
 } // namespace

@@ -8,7 +8,6 @@
 
 namespace {
 
-using Strings = std::vector<std::string>;
 using Clipped = HookedTest;
 
 Marrow::StubLayer* Clip(Marrow::StubLayer* parent, LayerRegion clip)
@@ -18,65 +17,21 @@ Marrow::StubLayer* Clip(Marrow::StubLayer* parent, LayerRegion clip)
     return layer;
 }
 
-LayerRegion RegionOf(Marrow::StubLayer* layer, bool valid)
-{
-    LayerRegion r = {9, 9, 9, 9};
-    EXPECT_TRUE(valid ? GetValidLayerRegion(layer, &r) : GetLayerRegion(layer, &r));
-    return r;
-}
-
-TEST_F(Clipped, WorkedRegionsAndAccess)
-{
-    Marrow::StubLayer* parent = CreateLayer(100, 100);
-    Marrow::StubLayer* layer = CreateClippedLayer(parent);
-    EXPECT_EQ(layer->Type(), 10);
-    EXPECT_EQ(RegionOf(layer, false), (LayerRegion{0, 0, 100, 100})); // whole parent at first
-
-    LayerRegion clip = {90, 90, 20, 20};
-    ASSERT_TRUE(ClipLayer(layer, &clip));
-    EXPECT_EQ(RegionOf(layer, false), (LayerRegion{0, 0, 20, 20}));
-    EXPECT_EQ(RegionOf(layer, true), (LayerRegion{0, 0, 10, 10}));
-    clip = {200, 200, 10, 10};
-    ASSERT_TRUE(ClipLayer(layer, &clip));
-    EXPECT_EQ(RegionOf(layer, true), (LayerRegion{-200, -200, 0, 0}));
-
-    clip = {10, 20, 30, 30};
-    ASSERT_TRUE(ClipLayer(layer, &clip));
-    LayerAccess whole = {}, part = {};
-    ASSERT_TRUE(BeginAccessLayer(&whole, parent));
-    const LayerRegion r = {0, 0, 10, 10};
-    ASSERT_TRUE(BeginRegionAccessLayer(&part, layer, &r));
-    EXPECT_EQ(part.pixels, whole.pixels + 20 * 400 + 10 * 4);
-    EXPECT_EQ(part.rowBytes, 400);
-    EXPECT_EQ(part.region, r);
-    EXPECT_TRUE(EndAccessLayer(&part));
-    EXPECT_TRUE(EndAccessLayer(&whole));
-
-    EXPECT_FALSE(ClipLayer(parent, &clip)); // not a clipped layer
-    EXPECT_EQ(RegionOf(parent, false), (LayerRegion{0, 0, 100, 100}));
-    DeleteLayer(layer);
-    DeleteLayer(parent);
-}
-
-bool LogUpdate(Marrow::StubLayer*, const LayerRegion* r, void* d)
-{
-    Events().push_back(std::string(static_cast<const char*>(d)) + "{" + std::to_string(r->x) + "," +
-                       std::to_string(r->y) + "," + std::to_string(r->width) + "," +
-                       std::to_string(r->height) + "}");
-    return true;
-}
-
-// Each level tells its own functions first, then its parent, moving the region.
-TEST_F(Clipped, NestedUpdatesRunInnermostFirstAndNestedLayersKeepTheirParents)
+// Each level tells its own functions first, then its parent, moving the region;
+// the innermost view keeps the whole chain alive.
+TEST_F(Clipped, NestedUpdatesRunInnermostFirstAndViewsKeepTheirParents)
 {
     SetAllocator(nullptr, nullptr, CountingCalloc);
     Marrow::StubLayer* parent = CreateLayer(50, 40);
     Marrow::StubLayer* middle = Clip(parent, {5, 6, 30, 30});
     Marrow::StubLayer* inner = Clip(middle, {2, 3, 10, 10});
+    EXPECT_EQ(inner->Type(), 10);
+    const LayerRegion clip = {0, 0, 1, 1};
+    EXPECT_FALSE(ClipLayer(parent, &clip)); // not a clipped layer
     char p[] = "parent", m[] = "middle", i[] = "inner";
-    AttachUpdateFunction(parent, LogUpdate, p);
-    AttachUpdateFunction(middle, LogUpdate, m);
-    AttachUpdateFunction(inner, LogUpdate, i);
+    AttachUpdateFunction(parent, LogUpdate<0>, p);
+    AttachUpdateFunction(middle, LogUpdate<0>, m);
+    AttachUpdateFunction(inner, LogUpdate<0>, i);
     DeleteLayer(parent);
     DeleteLayer(middle);
     Events().clear();
@@ -86,18 +41,11 @@ TEST_F(Clipped, NestedUpdatesRunInnermostFirstAndNestedLayersKeepTheirParents)
     EXPECT_FALSE(UpdateLayer(inner, &beyond)); // outside the valid region: nobody is told
     EXPECT_EQ(Events(), (Strings{"inner{1,1,4,4}", "middle{3,4,4,4}", "parent{8,10,4,4}"}));
 
-    LayerAccess access = {}, base = {};
-    ASSERT_TRUE(BeginAccessLayer(&access, inner));
-    ASSERT_TRUE(BeginAccessLayer(&base, parent));
-    EXPECT_EQ(access.pixels, base.pixels + 9 * 200 + 7 * 4);
-    EndAccessLayer(&base);
-    EndAccessLayer(&access);
-
     Events().clear();
     DeleteLayer(inner);
-    const std::string clippedObject = "free:" + std::to_string(sizeof(ClippedLayer));
-    EXPECT_EQ(Events(), (Strings{"free:8000", "free:" + std::to_string(sizeof(BasicLayer)),
-                                 clippedObject, clippedObject}));
+    const std::string view = "free:" + std::to_string(sizeof(ClippedLayer));
+    EXPECT_EQ(Events(),
+              (Strings{"free:8000", "free:" + std::to_string(sizeof(BasicLayer)), view, view}));
 }
 
 // The model: a pel of a level is valid when it lies in the level's own extent
@@ -106,9 +54,9 @@ struct Chain {
     i32 width, height;
     std::vector<LayerRegion> clips;
 
-    bool Valid(std::size_t level, i32 x, i32 y) const
+    bool Valid(i32 x, i32 y) const
     {
-        for (std::size_t k = level; k > 0; --k) {
+        for (std::size_t k = clips.size(); k > 0; --k) {
             const LayerRegion& c = clips[k - 1];
             if (x < 0 || y < 0 || x >= c.width || y >= c.height)
                 return false;
@@ -117,29 +65,27 @@ struct Chain {
         }
         return x >= 0 && y >= 0 && x < width && y < height;
     }
-    // Pels of `area` (or of everything near) valid at `level`; {0,0,0,0} when none.
-    LayerRegion Box(std::size_t level, const LayerRegion& area) const
+    // The valid pels of `area`; {0,0,0,0} when none.
+    LayerRegion Box(const LayerRegion& area) const
     {
         i32 left = 1000, top = 1000, right = -1000, bottom = -1000;
         for (i32 y = area.y; y < area.y + area.height; ++y)
             for (i32 x = area.x; x < area.x + area.width; ++x)
-                if (Valid(level, x, y)) {
+                if (Valid(x, y)) {
                     left = std::min(left, x), right = std::max(right, x + 1);
                     top = std::min(top, y), bottom = std::max(bottom, y + 1);
                 }
         return right < left ? LayerRegion{0, 0, 0, 0}
                             : LayerRegion{left, top, right - left, bottom - top};
     }
-    std::pair<i32, i32> Offset(std::size_t level) const
+    // The parent's pel index of the top level's (x, y) with `pitch` pels per row.
+    std::size_t Index(i32 x, i32 y, i32 pitch) const
     {
-        i32 dx = 0, dy = 0;
-        for (std::size_t k = 0; k < level; ++k)
-            dx += clips[k].x, dy += clips[k].y;
-        return {dx, dy};
+        for (const LayerRegion& c : clips)
+            x += c.x, y += c.y;
+        return std::size_t(y * pitch + x);
     }
 };
-
-const LayerRegion kNear = {-120, -120, 240, 240};
 
 LayerRegion RandomRegion(std::mt19937& rng, i32 minSize)
 {
@@ -152,88 +98,76 @@ LayerRegion RandomRegion(std::mt19937& rng, i32 minSize)
 TEST_F(Clipped, RandomNestedClipsMatchThePelModel)
 {
     std::mt19937 rng(20240611);
-    const i32 width = 23, height = 17, rowBytes = 100;
-    std::vector<u32> pels(rowBytes / 4 * height);
+    const i32 width = 23, height = 17, pitch = 25;
+    std::vector<u32> pels(std::size_t(pitch) * height);
     for (u32& pel : pels)
         pel = rng();
     std::vector<u32> shared = pels;
-    Marrow::StubLayer* parent = CreateCompatibleLayer(reinterpret_cast<u8*>(shared.data()), width,
-                                                      height, rowBytes, nullptr, nullptr);
+    u8* base = reinterpret_cast<u8*>(shared.data());
+    Marrow::StubLayer* parent =
+        CreateCompatibleLayer(base, width, height, pitch * 4, nullptr, nullptr);
     for (int trial = 0; trial < 300; ++trial) {
+        SCOPED_TRACE(trial);
         Chain chain = {width, height, {}};
         std::vector<Marrow::StubLayer*> levels = {parent};
-        const int depth = 1 + trial % 3;
-        for (int k = 0; k < depth; ++k) {
+        for (int k = 0; k <= trial % 3; ++k) {
             chain.clips.push_back(RandomRegion(rng, trial % 5 == 0 ? 0 : 1));
             levels.push_back(Clip(levels.back(), chain.clips.back()));
         }
-        const std::size_t top = levels.size() - 1;
-        Marrow::StubLayer* layer = levels[top];
-        const LayerRegion box = chain.Box(top, kNear);
-        const LayerRegion valid = RegionOf(layer, true);
-        const LayerRegion& own = chain.clips.back();
-        if (box.width)
-            EXPECT_EQ(valid, box) << "trial " << trial;
-        else
-            EXPECT_EQ(valid, (LayerRegion{-own.x, -own.y, 0, 0})) << "trial " << trial;
+        Marrow::StubLayer* layer = levels.back();
+        const LayerRegion own = chain.clips.back(), box = chain.Box({-120, -120, 240, 240});
+        LayerRegion valid = {9, 9, 9, 9};
+        EXPECT_TRUE(GetValidLayerRegion(layer, &valid));
+        EXPECT_EQ(valid, (box.width ? box : LayerRegion{-own.x, -own.y, 0, 0}));
 
-        const LayerRegion request = RandomRegion(rng, 1);
+        const LayerRegion request = RandomRegion(rng, 1), want = chain.Box(request);
         LayerAccess access = {};
         const bool opened = BeginRegionAccessLayer(&access, layer, &request);
-        const LayerRegion want = chain.Box(top, request);
         if (want.width) {
-            ASSERT_TRUE(opened) << "trial " << trial;
-            const auto offset = chain.Offset(top);
-            EXPECT_EQ(access.region, want) << "trial " << trial;
-            EXPECT_EQ(access.pixels, reinterpret_cast<u8*>(shared.data()) +
-                                         (want.y + offset.second) * rowBytes +
-                                         (want.x + offset.first) * 4)
-                << "trial " << trial;
+            ASSERT_TRUE(opened);
+            EXPECT_EQ(access.region, want);
+            EXPECT_EQ(access.pixels, base + chain.Index(want.x, want.y, pitch) * 4);
         }
-        if (opened) {
-            EXPECT_TRUE(EndAccessLayer(&access));
-        }
+        EXPECT_TRUE(!opened || EndAccessLayer(&access));
 
         Marrow::StubLayer* copy = DuplicateLayer(layer);
-        if (own.width > 0 && own.height > 0) {
-            ASSERT_NE(copy, nullptr);
+        Marrow::StubLayer* similar = CreateSimilarLayer(layer);
+        ASSERT_EQ(copy != nullptr, own.width > 0 && own.height > 0);
+        ASSERT_EQ(GetLayerWidth(similar), GetLayerWidth(copy));
+        if (copy) {
             LayerAccess out = {};
             ASSERT_TRUE(BeginAccessLayer(&out, copy));
-            const auto offset = chain.Offset(top);
             for (i32 y = 0; y < own.height; ++y)
                 for (i32 x = 0; x < own.width; ++x) {
-                    const u32 expected = chain.Valid(top, x, y)
-                                             ? pels[std::size_t((y + offset.second) * rowBytes / 4 +
-                                                                x + offset.first)]
-                                             : 0u;
                     u32 got;
                     std::memcpy(&got, out.pixels + y * out.rowBytes + x * 4, 4);
-                    ASSERT_EQ(got, expected) << "trial " << trial << " at " << x << "," << y;
+                    ASSERT_EQ(got, chain.Valid(x, y) ? pels[chain.Index(x, y, pitch)] : 0u)
+                        << "at " << x << "," << y;
                 }
             EndAccessLayer(&out);
-        } else {
-            EXPECT_EQ(copy, nullptr);
         }
+        DeleteLayer(similar);
         DeleteLayer(copy);
-        for (std::size_t k = top; k > 0; --k)
+        for (std::size_t k = levels.size() - 1; k > 0; --k)
             DeleteLayer(levels[k]);
     }
     EXPECT_EQ(shared, pels); // reading never writes
     DeleteLayer(parent);
 }
 
-TEST_F(Clipped, DuplicateOfAPlainLayerCopiesEveryPel)
+// Packed rows on both sides take the one-call copy.
+TEST_F(Clipped, DuplicateOfAPackedLayerCopiesEveryPel)
 {
-    Marrow::StubLayer* layer = CreateLayerRaw(7, 5);
-    LayerAccess in = {}, out = {};
-    ASSERT_TRUE(BeginAccessLayer(&in, layer));
-    for (int i = 0; i < 35 * 4; ++i)
-        in.pixels[i] = u8(i * 7 + 1);
+    std::vector<u32> pels(35);
+    for (u32& pel : pels)
+        pel = u32(&pel - pels.data()) * 0x01030507u;
+    Marrow::StubLayer* layer =
+        CreateCompatibleLayer(reinterpret_cast<u8*>(pels.data()), 7, 5, 28, nullptr, nullptr);
     Marrow::StubLayer* copy = DuplicateLayer(layer);
+    LayerAccess out = {};
     ASSERT_TRUE(BeginAccessLayer(&out, copy));
-    EXPECT_EQ(std::memcmp(in.pixels, out.pixels, 35 * 4), 0);
+    EXPECT_EQ(std::memcmp(pels.data(), out.pixels, 35 * 4), 0);
     EndAccessLayer(&out);
-    EndAccessLayer(&in);
     DeleteLayer(copy);
     DeleteLayer(layer);
 }
