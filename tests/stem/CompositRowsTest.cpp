@@ -1,241 +1,251 @@
-// Composite row routines against the model over every (upper, lower) alpha pair.
-#include "PelModel.h"
-#include "RowTestSupport.h"
+// Composite, mix and reverse routines against the model over every alpha pair,
+// and the worked examples of their contract.
+#include "RowHarness.h"
+#include "StemModel.h"
 
 #include "stem.h"
 
+#include <string>
 #include <vector>
 
 namespace {
 
-using rows::Rng;
+using rows::CheckRows;
+using rows::Sources;
 using rows::u32;
 
-constexpr int kPelsPerPair = 48;
+using TwoRows = void (*)(Pel* dst, const Pel* upper, const Pel* lower, int count);
+using PelPair = u32 (*)(u32 upper, u32 lower);
 
-// For every pair of alphas, a row of upper pels of alpha ua and lower pels of
-// alpha la with seeded colours; `check(ua, la, upper, lower, rng)` runs one
-// routine on them and compares. Stops at the first failing pair.
-template <int pels = kPelsPerPair, class Check> void ForEveryAlphaPair(Check check)
+constexpr int kPerPair = 4;
+
+const rows::AlphaPairs& Pairs()
 {
-    std::vector<u32> upper(pels), lower(pels);
-    for (u32 ua = 0; ua < 256; ++ua) {
-        for (u32 la = 0; la < 256; ++la) {
-            Rng rng(ua << 8 | la);
-            for (int i = 0; i < pels; ++i) {
-                upper[i] = ua << 24 | (rng.Next() & 0xFFFFFF);
-                lower[i] = la << 24 | (rng.Next() & 0xFFFFFF);
-            }
-            if (!check(ua, la, upper.data(), lower.data(), rng))
-                return;
-        }
-    }
+    static const rows::AlphaPairs pairs(kPerPair);
+    return pairs;
 }
 
-template <class Run, class Want>
-bool CheckTwoRows(const u32* top, const u32* bottom, Run run, Want want)
+unsigned char Byte(u32 v)
 {
-    u32 got[kPelsPerPair];
-    run(got, top, bottom);
-    for (int i = 0; i < kPelsPerPair; ++i) {
-        const u32 expected = want(top[i], bottom[i]);
+    return static_cast<unsigned char>(v);
+}
+
+// Compares got[j] with want(j) over n pels of the pair rows; reports the first miss.
+template <class Want>
+bool ExpectPels(const std::vector<u32>& got, int n, Want want, const std::string& what)
+{
+    const rows::AlphaPairs& p = Pairs();
+    for (int j = 0; j < n; ++j) {
+        const std::size_t i = std::size_t(j);
+        const u32 expected = want(i);
         if (got[i] != expected) {
-            ADD_FAILURE() << std::hex << "top 0x" << top[i] << " bottom 0x" << bottom[i]
-                          << ": got 0x" << got[i] << " want 0x" << expected;
+            ADD_FAILURE() << what << std::hex << ": upper 0x" << p.upper[i] << " lower 0x"
+                          << p.lower[i] << " got 0x" << got[i] << " want 0x" << expected;
             return false;
         }
     }
     return true;
 }
 
-const u32 kOpacities[] = {0, 1, 2, 64, 127, 128, 200, 254, 255};
-constexpr int kOpacityCount = int(sizeof kOpacities / sizeof kOpacities[0]);
-
-TEST(CompositRows, TwoRowCompositesMatchModelOverAllAlphaPairs)
+TEST(CompositRows, TwoRowRoutinesMatchModel)
 {
-    ForEveryAlphaPair([](u32, u32, const u32* top, const u32* bottom, Rng&) {
-        return CheckTwoRows(
-                   top, bottom,
-                   [](u32* d, const u32* t, const u32* b) {
-                       Stem::CompositScanline(d, t, b, kPelsPerPair);
-                   },
-                   model::Over) &&
-               CheckTwoRows(
-                   top, bottom,
-                   [](u32* d, const u32* t, const u32* b) {
-                       Stem::CompositOnOpaqueScanline(d, t, b, kPelsPerPair);
-                   },
-                   model::OverOpaque) &&
-               CheckTwoRows(
-                   top, bottom,
-                   [](u32* d, const u32* c, const u32* b) {
-                       Stem::ReverseCompositScanline(d, c, b, kPelsPerPair);
-                   },
-                   model::Reverse);
-    });
-}
-
-// The colour stands for a whole row: its alpha is the lower (or upper) one of the pair.
-TEST(CompositRows, ColourCompositesMatchModelOverAllAlphaPairs)
-{
-    ForEveryAlphaPair([](u32, u32, const u32* upper, const u32* lower, Rng&) {
-        const u32 lowerColour = lower[0], upperColour = upper[0];
-        auto overColour = [&](u32* d, const u32* t, const u32*) {
-            Stem::CompositOnColourScanline(d, t, kPelsPerPair, lowerColour);
-        };
-        auto colourOn = [&](u32* d, const u32*, const u32* b) {
-            Stem::CompositColourOnScanline(d, b, kPelsPerPair, upperColour);
-        };
-        auto colourOnOpaque = [&](u32* d, const u32*, const u32* b) {
-            Stem::CompositColourOnOpaqueScanline(d, b, kPelsPerPair, upperColour);
-        };
-        return CheckTwoRows(upper, lower, overColour,
-                            [&](u32 t, u32) { return model::Over(t, lowerColour); }) &&
-               CheckTwoRows(upper, lower, colourOn,
-                            [&](u32, u32 b) { return model::Over(upperColour, b); }) &&
-               CheckTwoRows(upper, lower, colourOnOpaque,
-                            [&](u32, u32 b) { return model::OverOpaque(upperColour, b); });
-    });
-}
-
-// Opacities cycle with the pair so that every alpha pair meets several of them.
-TEST(CompositRows, OpacityCompositesMatchModelOverAllAlphaPairs)
-{
-    ForEveryAlphaPair([](u32 ua, u32 la, const u32* top, const u32* bottom, Rng&) {
-        const u32 to = kOpacities[(ua + la) % kOpacityCount];
-        const u32 bo = kOpacities[(ua * 7 + la * 3) % kOpacityCount];
-        const auto o1 = static_cast<unsigned char>(to), o2 = static_cast<unsigned char>(bo);
-        return CheckTwoRows(
-                   top, bottom,
-                   [o1](u32* d, const u32* t, const u32* b) {
-                       Stem::CompositWithTopOpacityScanline(d, t, b, kPelsPerPair, o1);
-                   },
-                   [to](u32 t, u32 b) { return model::OverWithOpacity(t, b, to, 255); }) &&
-               CheckTwoRows(
-                   top, bottom,
-                   [o2](u32* d, const u32* t, const u32* b) {
-                       Stem::CompositWithBottomOpacityScanline(d, t, b, kPelsPerPair, o2);
-                   },
-                   [bo](u32 t, u32 b) { return model::OverWithOpacity(t, b, 255, bo); }) &&
-               CheckTwoRows(
-                   top, bottom,
-                   [o1, o2](u32* d, const u32* t, const u32* b) {
-                       Stem::CompositWithOpacityScanline(d, t, b, kPelsPerPair, o1, o2);
-                   },
-                   [to, bo](u32 t, u32 b) { return model::OverWithOpacity(t, b, to, bo); });
-    });
-}
-
-// Every (top, middle) alpha pair over bottoms of seeded alphas, with each
-// three-row variant given its own opacity.
-TEST(CompositRows, ThreeRowCompositesMatchModelOverAllAlphaPairs)
-{
-    constexpr int kThreeRowPels = 16; // five variants per pair: fewer pels keep it quick
-    ForEveryAlphaPair<kThreeRowPels>(
-        [](u32 ta, u32 ma, const u32* top, const u32* middle, Rng& rng) {
-            const std::vector<u32> bottom = rows::RandomRow(rng, kThreeRowPels);
-            const u32 o[3] = {kOpacities[(ta + ma) % kOpacityCount],
-                              kOpacities[(ta * 5 + ma) % kOpacityCount],
-                              kOpacities[(ta + ma * 5) % kOpacityCount]};
-            const auto o0 = static_cast<unsigned char>(o[0]), o1 = static_cast<unsigned char>(o[1]),
-                       o2 = static_cast<unsigned char>(o[2]);
-            u32 got[5][kThreeRowPels];
-            Stem::CompositThreeScanlines(got[0], top, middle, bottom.data(), kThreeRowPels);
-            Stem::CompositThreeScanlinesWithTopOpacity(got[1], top, middle, bottom.data(),
-                                                       kThreeRowPels, o0);
-            Stem::CompositThreeScanlinesWithMiddleOpacity(got[2], top, middle, bottom.data(),
-                                                          kThreeRowPels, o1);
-            Stem::CompositThreeScanlinesWithBottomOpacity(got[3], top, middle, bottom.data(),
-                                                          kThreeRowPels, o2);
-            Stem::CompositThreeScanlinesWithOpacity(got[4], top, middle, bottom.data(),
-                                                    kThreeRowPels, o0, o1, o2);
-            const u32 fades[5][3] = {{255, 255, 255},
-                                     {o[0], 255, 255},
-                                     {255, o[1], 255},
-                                     {255, 255, o[2]},
-                                     {o[0], o[1], o[2]}};
-            for (int v = 0; v < 5; ++v) {
-                for (int i = 0; i < kThreeRowPels; ++i) {
-                    const u32 want = model::Over(model::Over(model::Fade(top[i], fades[v][0]),
-                                                             model::Fade(middle[i], fades[v][1])),
-                                                 model::Fade(bottom[i], fades[v][2]));
-                    if (got[v][i] != want) {
-                        ADD_FAILURE() << "variant " << v << std::hex << " top 0x" << top[i]
-                                      << " middle 0x" << middle[i] << " bottom 0x" << bottom[i]
-                                      << ": got 0x" << got[v][i] << " want 0x" << want;
-                        return false;
-                    }
-                }
-            }
-            return true;
-        });
-}
-
-// dst may be either source: every source pel is read before its result is written.
-TEST(CompositRows, DestinationMayBeEitherSource)
-{
-    Rng rng(7);
-    const int n = 67;
-    const std::vector<u32> top = rows::RandomRow(rng, n), bottom = rows::RandomRow(rng, n);
-    std::vector<u32> want(n);
-    std::vector<u32> got;
-    using Two = void (*)(u32*, const u32*, const u32*, int);
-    const Two routines[] = {Stem::CompositScanline, Stem::CompositOnOpaqueScanline,
-                            Stem::ReverseCompositScanline, Stem::AddScanline, Stem::MaxScanline};
-    for (Two routine : routines) {
-        routine(want.data(), top.data(), bottom.data(), n);
-        got = top;
-        routine(got.data(), got.data(), bottom.data(), n);
-        EXPECT_ROW_EQ(got, want, n, "dst == first source");
-        got = bottom;
-        routine(got.data(), top.data(), got.data(), n);
-        EXPECT_ROW_EQ(got, want, n, "dst == second source");
+    struct Case {
+        const char* name;
+        TwoRows run;
+        PelPair want;
+    };
+    const Case cases[] = {{"Composit", Stem::CompositScanline, model::Over},
+                          {"CompositOnOpaque", Stem::CompositOnOpaqueScanline, model::OverOpaque},
+                          {"ReverseComposit", Stem::ReverseCompositScanline, model::Reverse},
+                          {"Add", Stem::AddScanline, model::Add},
+                          {"Max", Stem::MaxScanline, model::Max}};
+    const rows::AlphaPairs& p = Pairs();
+    std::vector<u32> got(std::size_t(p.count));
+    for (const Case& c : cases) {
+        c.run(got.data(), p.upper.data(), p.lower.data(), p.count);
+        ExpectPels(
+            got, p.count, [&](std::size_t i) { return c.want(p.upper[i], p.lower[i]); }, c.name);
+        CheckRows<2>(
+            c.name, [&](u32* d, Sources s, int n) { c.run(d, s[0], s[1], n); },
+            [&](const u32* x) { return c.want(x[1], x[2]); });
     }
 }
 
-// Results a reader can check by hand, including both roundings of the composite.
-TEST(CompositRows, DocumentedCases)
+// The colour stands for a whole row; every colour alpha meets every row alpha.
+TEST(CompositRows, ColourRoutinesMatchModel)
 {
-    u32 d[1];
-    const u32 t0 = 0x00123456, b0 = 0x00ABCDEF, b1 = 0x80ABCDEF;
-    Stem::CompositScanline(d, &t0, &b0, 1);
-    EXPECT_EQ(d[0], 0x00123456u);
-    Stem::CompositScanline(d, &t0, &b1, 1);
-    EXPECT_EQ(d[0], 0x80ABCDEFu);
-    const u32 half = 0x80102030, opaqueBottom = 0xFF405060, halfBottom = 0x80405060;
-    Stem::CompositScanline(d, &half, &opaqueBottom, 1); // (tc * 128 + bc * 127 + 127) / 255
-    EXPECT_EQ(d[0], 0xFF283848u);
-    Stem::CompositScanline(d, &half, &halfBottom, 1); // ((tc * 128 + bc * 64) * 341) >> 16
-    EXPECT_EQ(d[0], 0xC01F2F3Fu);
-    const u32 clear = 0x00FFFFFF, bottom40 = 0x40112233;
-    Stem::CompositOnOpaqueScanline(d, &clear, &bottom40, 1);
-    EXPECT_EQ(d[0], 0x40112233u);
-    const u32 black = 0xFF000000;
-    Stem::CompositColourOnScanline(d, &black, 1, 0x80FF0000);
-    EXPECT_EQ(d[0], 0xFF800000u);
-    const u32 c40 = 0x40FFFFFF, b80 = 0x80000000, c80 = 0x80FFFFFF;
-    Stem::ReverseCompositScanline(d, &c40, &b80, 1);
-    EXPECT_EQ(d[0], 0x00FF00FFu);
-    Stem::ReverseCompositScanline(d, &c80, &b80, 1);
-    EXPECT_EQ(d[0], 0u);
-    const u32 grey = 0xFF808080, white = 0xFFFFFFFF;
-    Stem::ReverseCompositScanline(d, &grey, &white, 1);
-    EXPECT_EQ(d[0], 0x7F000000u);
-    Stem::ReverseCompositScanline(d, &white, &white, 1);
-    EXPECT_EQ(d[0], 0u);
+    struct Case {
+        const char* name;
+        void (*run)(Pel* dst, const Pel* row, int count, Pel colour);
+        PelPair want; // (row pel, colour)
+    };
+    const Case cases[] = {{"CompositOnColour", Stem::CompositOnColourScanline,
+                           [](u32 pel, u32 colour) { return model::Over(pel, colour); }},
+                          {"CompositColourOn", Stem::CompositColourOnScanline,
+                           [](u32 pel, u32 colour) { return model::Over(colour, pel); }},
+                          {"CompositColourOnOpaque", Stem::CompositColourOnOpaqueScanline,
+                           [](u32 pel, u32 colour) { return model::OverOpaque(colour, pel); }}};
+    const rows::AlphaPairs& p = Pairs();
+    const int n = 256 * kPerPair;
+    std::vector<u32> got(static_cast<std::size_t>(n));
+    support::Rng rng(3);
+    for (const Case& c : cases) {
+        for (u32 ca = 0; ca < 256; ++ca) {
+            const u32 colour = ca << 24 | (rng.Next() & 0xFFFFFF);
+            c.run(got.data(), p.lower.data(), n, colour);
+            if (!ExpectPels(
+                    got, n, [&](std::size_t i) { return c.want(p.lower[i], colour); },
+                    std::string(c.name) + " colour alpha " + std::to_string(ca)))
+                break;
+        }
+        for (u32 colour : {0x00FFFFFFu, 0x80C08040u, 0xFF102030u})
+            CheckRows<1>(
+                c.name, [&](u32* d, Sources s, int count) { c.run(d, s[0], count, colour); },
+                [&](const u32* x) { return c.want(x[1], colour); });
+    }
 }
 
-TEST(CompositRows, ZeroAndNegativeCountsWriteNothing)
+TEST(CompositRows, OpacityRoutinesMatchModel)
 {
-    u32 d = rows::kGuard;
-    const u32 s = 0x80FFFFFF;
-    for (int count : {0, -1}) {
-        Stem::CompositScanline(&d, &s, &s, count);
-        Stem::CompositOnColourScanline(&d, &s, count, 0);
-        Stem::CompositColourOnScanline(&d, &s, count, 0xFF000000);
-        Stem::CompositColourOnOpaqueScanline(&d, &s, count, 0xFF000000);
-        Stem::CompositThreeScanlinesWithOpacity(&d, &s, &s, &s, count, 1, 2, 3);
-        EXPECT_EQ(d, rows::kGuard);
+    const rows::AlphaPairs& p = Pairs();
+    const u32 *t = p.upper.data(), *b = p.lower.data();
+    std::vector<u32> got(std::size_t(p.count));
+    auto expect = [&](u32 to, u32 bo, const std::string& what) {
+        return ExpectPels(
+            got, p.count,
+            [&](std::size_t i) { return model::OverWithOpacity(p.upper[i], p.lower[i], to, bo); },
+            what + " " + std::to_string(to) + "," + std::to_string(bo));
+    };
+    const u32 opacities[] = {0, 1, 127, 128, 254, 255};
+    for (u32 o : opacities) {
+        Stem::CompositWithTopOpacityScanline(got.data(), t, b, p.count, Byte(o));
+        expect(o, 255, "TopOpacity");
+        Stem::CompositWithBottomOpacityScanline(got.data(), t, b, p.count, Byte(o));
+        expect(255, o, "BottomOpacity");
+        for (u32 bo : opacities) {
+            Stem::CompositWithOpacityScanline(got.data(), t, b, p.count, Byte(o), Byte(bo));
+            expect(o, bo, "Opacity");
+        }
+    }
+    CheckRows<2>(
+        "CompositWithOpacity",
+        [](u32* d, Sources s, int n) {
+            Stem::CompositWithOpacityScanline(d, s[0], s[1], n, 128, 77);
+        },
+        [](const u32* x) { return model::OverWithOpacity(x[1], x[2], 128, 77); });
+}
+
+// Every (top, middle) alpha pair over seeded bottoms; opacities apply only
+// where a variant takes them.
+TEST(CompositRows, ThreeRowRoutinesMatchModel)
+{
+    using ThreeRows = void (*)(Pel*, const Pel*, const Pel*, const Pel*, int, const u32* o);
+    struct Variant {
+        const char* name;
+        ThreeRows run;
+        bool fades[3];
+    };
+    const Variant variants[] = {
+        {"Three",
+         [](Pel* d, const Pel* t, const Pel* m, const Pel* b, int n, const u32*) {
+             Stem::CompositThreeScanlines(d, t, m, b, n);
+         },
+         {false, false, false}},
+        {"ThreeTop",
+         [](Pel* d, const Pel* t, const Pel* m, const Pel* b, int n, const u32* o) {
+             Stem::CompositThreeScanlinesWithTopOpacity(d, t, m, b, n, Byte(o[0]));
+         },
+         {true, false, false}},
+        {"ThreeMiddle",
+         [](Pel* d, const Pel* t, const Pel* m, const Pel* b, int n, const u32* o) {
+             Stem::CompositThreeScanlinesWithMiddleOpacity(d, t, m, b, n, Byte(o[1]));
+         },
+         {false, true, false}},
+        {"ThreeBottom",
+         [](Pel* d, const Pel* t, const Pel* m, const Pel* b, int n, const u32* o) {
+             Stem::CompositThreeScanlinesWithBottomOpacity(d, t, m, b, n, Byte(o[2]));
+         },
+         {false, false, true}},
+        {"ThreeOpacity",
+         [](Pel* d, const Pel* t, const Pel* m, const Pel* b, int n, const u32* o) {
+             Stem::CompositThreeScanlinesWithOpacity(d, t, m, b, n, Byte(o[0]), Byte(o[1]),
+                                                     Byte(o[2]));
+         },
+         {true, true, true}}};
+    const u32 triples[][3] = {{255, 255, 255}, {0, 128, 254}, {128, 1, 127}, {254, 0, 128}};
+    const rows::AlphaPairs& p = Pairs();
+    support::Rng rng(9);
+    const std::vector<u32> bottom = support::RandomRow(rng, p.count);
+    std::vector<u32> got(std::size_t(p.count));
+    for (const Variant& v : variants)
+        for (const auto& o : triples) {
+            auto want = [&](u32 t, u32 m, u32 b) {
+                const u32 f[3] = {v.fades[0] ? o[0] : 255, v.fades[1] ? o[1] : 255,
+                                  v.fades[2] ? o[2] : 255};
+                return model::Over(model::Over(model::Fade(t, f[0]), model::Fade(m, f[1])),
+                                   model::Fade(b, f[2]));
+            };
+            v.run(got.data(), p.upper.data(), p.lower.data(), bottom.data(), p.count, o);
+            ExpectPels(
+                got, p.count,
+                [&](std::size_t i) { return want(p.upper[i], p.lower[i], bottom[i]); },
+                std::string(v.name) + " opacities " + std::to_string(o[0]) + "," +
+                    std::to_string(o[1]) + "," + std::to_string(o[2]));
+            CheckRows<3>(
+                v.name, [&](u32* d, Sources s, int n) { v.run(d, s[0], s[1], s[2], n, o); },
+                [&](const u32* x) { return want(x[1], x[2], x[3]); });
+        }
+}
+
+// Results a reader can check by hand, including both roundings of the composite.
+TEST(CompositRows, WorkedExamples)
+{
+    struct Case {
+        const char* what;
+        TwoRows run;
+        u32 upper, lower, want;
+    };
+    const Case cases[] = {
+        {"transparent on transparent keeps top", Stem::CompositScanline, 0x00123456, 0x00ABCDEF,
+         0x00123456},
+        {"transparent top gives bottom", Stem::CompositScanline, 0x00123456, 0x80ABCDEF,
+         0x80ABCDEF},
+        {"opaque bottom rounds", Stem::CompositScanline, 0x80102030, 0xFF405060, 0xFF283848},
+        {"translucent bottom truncates", Stem::CompositScanline, 0x80102030, 0x80405060,
+         0xC01F2F3F},
+        {"on opaque keeps bottom alpha", Stem::CompositOnOpaqueScanline, 0x00FFFFFF, 0x40112233,
+         0x40112233},
+        {"reverse of less opaque", Stem::ReverseCompositScanline, 0x40FFFFFF, 0x80000000,
+         0x00FF00FF},
+        {"reverse of equal alpha", Stem::ReverseCompositScanline, 0x80FFFFFF, 0x80000000, 0},
+        {"reverse over opaque", Stem::ReverseCompositScanline, 0xFF808080, 0xFFFFFFFF, 0x7F000000},
+        {"reverse of the bottom", Stem::ReverseCompositScanline, 0xFFFFFFFF, 0xFFFFFFFF, 0},
+        {"add wraps white", Stem::AddScanline, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFDFDFD},
+        {"add wraps alpha 200", Stem::AddScanline, 0xC8FFFFFF, 0xC8FFFFFF, 0xFF8F8F8F},
+        {"add of transparent", Stem::AddScanline, 0, 0, 0},
+        {"add truncates", Stem::AddScanline, 0xFF804000, 0, 0xFF7F3F00},
+        {"max tie takes first", Stem::MaxScanline, 0x0A000001, 0x0A000002, 0x0A000001},
+        {"max takes larger", Stem::MaxScanline, 0x0A000001, 0x0B000002, 0x0B000002},
+        {"blend level 0 truncates",
+         [](Pel* d, const Pel* a, const Pel* b, int n) { Stem::BlendScanline(d, a, b, n, 0); },
+         0xFF804000, 0xFFFFFFFF, 0xFF7F3F00},
+        {"colour on opaque black",
+         [](Pel* d, const Pel*, const Pel* b, int n) {
+             Stem::CompositColourOnScanline(d, b, n, 0x80FF0000);
+         },
+         0, 0xFF000000, 0xFF800000},
+        {"top opacity 128 on opaque",
+         [](Pel* d, const Pel* t, const Pel* b, int n) {
+             Stem::CompositWithTopOpacityScanline(d, t, b, n, 128);
+         },
+         0xFF102030, 0xFF405060, 0xFF283848},
+        {"fade 128 of alpha 1",
+         [](Pel* d, const Pel* a, const Pel*, int n) { Stem::FadeCopyScanline(d, a, n, 128); },
+         0x01FFFFFF, 0, 0x01FFFFFF}};
+    for (const Case& c : cases) {
+        u32 got = rows::kGuard;
+        c.run(&got, &c.upper, &c.lower, 1);
+        EXPECT_EQ(got, c.want) << std::hex << c.what << ": got 0x" << got;
     }
 }
 
