@@ -224,36 +224,6 @@ TEST_F(CrawlTest, RowRoutinesMatchModelForEveryAlphaPair)
                   0);
 }
 
-// Runs of one alpha, as inside glyphs and between them, at every count up to 67 and every byte
-// alignment, also in place: whole blocks of shared alphas are where a row can take shortcuts.
-TEST_F(CrawlTest, RowRoutinesMatchModelOnRunsOfOneAlpha)
-{
-    std::mt19937 rng(11);
-    std::vector<std::uint32_t> src(70), want(src.size());
-    std::uint32_t alpha = 0;
-    for (std::uint32_t& p : src) {
-        if (rng() % 6 == 0)
-            alpha = rng() % 3 == 0 ? 0u : rng() % 2 ? 255u : rng() & 255u;
-        p = alpha << 24 | (rng() & 0xFFFFFFu);
-    }
-    std::vector<char> bytes(80 * 4);
-    for (RowRoutine r : kRowRoutines)
-        for (int f : {0, 1, 128, 255, 256})
-            for (int count = 0; count <= 67; ++count)
-                for (int offset = 0; offset < 4; ++offset)
-                    for (bool inPlace : {false, true}) {
-                        char* row = bytes.data() + offset;
-                        std::memcpy(row, src.data(), src.size() * 4);
-                        CallRow(r, row, inPlace ? row : AsBytes(src.data()), count, f, 512, 5000);
-                        want = src;
-                        ModelRow(r, want.data(), src.data(), count, f, 512, 5000);
-                        ASSERT_EQ(std::memcmp(row, want.data(), want.size() * 4), 0)
-                            << "kind " << int(r.kind) << " gradient " << r.gradient << " fraction "
-                            << f << " count " << count << " offset " << offset << " in place "
-                            << inPlace;
-                    }
-}
-
 namespace {
 
 // Opaque grey ramp with alpha 255 everywhere, one row, wide enough for any position below 64.
