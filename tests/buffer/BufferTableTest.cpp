@@ -3,46 +3,18 @@
 // as the library loaded it.
 #include <gtest/gtest.h>
 
+#include "support/BufferSlots.h"
+
 #include <dlfcn.h>
 
-#include <array>
 #include <cstdio>
-#include <functional>
 #include <string>
 #include <vector>
 
-#include "PixelRoutinesLite.h"
-
 namespace {
 
-using AnySlot = void (*)();
-
-const AnySlot kMarker = &UninitializedFunctionPointer;
-constexpr int kShapedCrawlGradientSlot = 14;
-
-std::array<AnySlot, 20> Slots()
-{
-    return {reinterpret_cast<AnySlot>(ScanlineBlit),
-            reinterpret_cast<AnySlot>(ScanlineBlitColour),
-            reinterpret_cast<AnySlot>(ScanlineCrossFade),
-            reinterpret_cast<AnySlot>(ScanlineComposit),
-            reinterpret_cast<AnySlot>(ScanlineCompositWithOpacity),
-            reinterpret_cast<AnySlot>(ScanlineCrawlGradientBlit),
-            reinterpret_cast<AnySlot>(ScanlineFade),
-            reinterpret_cast<AnySlot>(ScanlinePreMultAlpha),
-            reinterpret_cast<AnySlot>(ScanlineSubpixCrawlBlit),
-            reinterpret_cast<AnySlot>(ScanlineSubpixCrawlGradientBlit),
-            reinterpret_cast<AnySlot>(PreOp),
-            reinterpret_cast<AnySlot>(PostOp),
-            reinterpret_cast<AnySlot>(CheckTimeSlice),
-            reinterpret_cast<AnySlot>(ScanlineShapedCrossFade),
-            reinterpret_cast<AnySlot>(ScanlineShapedCrawlGradientBlit),
-            reinterpret_cast<AnySlot>(ScanlineShapedSubpixCrawlBlit),
-            reinterpret_cast<AnySlot>(ScanlineShapedSubpixCrawlGradientBlit),
-            reinterpret_cast<AnySlot>(RollBlastDataSubPix),
-            reinterpret_cast<AnySlot>(RollBlastDataSubPixNoFilter),
-            reinterpret_cast<AnySlot>(RollCopyData)};
-}
+using support::AnySlot;
+using support::BufferSlots;
 
 // A 4x4 Blit and Composit that must leave their destination alone.
 void ExpectUnselectedOperationsWriteNothing()
@@ -53,6 +25,12 @@ void ExpectUnselectedOperationsWriteNothing()
     EXPECT_EQ(1,
               CompositWithOpacity(dst.data(), 16, src.data(), 16, src.data(), 16, 4, 4, 255, 255));
     EXPECT_EQ(std::vector<char>(64, 'd'), dst);
+}
+
+void ExpectAllUnselected()
+{
+    for (AnySlot slot : BufferSlots())
+        EXPECT_EQ(support::Unselected(), slot);
 }
 
 std::string trace;
@@ -71,14 +49,9 @@ void TraceSlice(tagMMXState* s)
 {
     trace += s == traceState ? 'S' : '?';
 }
-int TraceRowA(char*, const char*, const char*, int)
+template <char kMark> int TraceRow(char*, const char*, const char*, int)
 {
-    trace += 'a';
-    return 1;
-}
-int TraceRowB(char*, const char*, const char*, int)
-{
-    trace += 'b';
+    trace += kMark;
     return 1;
 }
 
@@ -98,30 +71,26 @@ struct Tracing {
 
 TEST(BufferTable, LoadsUnselectedAndOperationsThenWriteNothing)
 {
-    for (AnySlot slot : Slots())
-        EXPECT_EQ(kMarker, slot);
+    ExpectAllUnselected();
     ExpectUnselectedOperationsWriteNothing();
 }
 
 TEST(BufferTable, SelectionFillsAllButOneSlotAndResetEmptiesThem)
 {
     EXPECT_EQ(1, InitCPUSpecificFunctions(0));
-    const auto selected = Slots();
-    for (int i = 0; i < 20; ++i) {
-        if (i == kShapedCrawlGradientSlot)
-            EXPECT_EQ(kMarker, selected[i]);
-        else
-            EXPECT_TRUE(selected[i] != kMarker && selected[i] != nullptr) << "slot " << i;
-    }
+    const auto selected = BufferSlots();
+    for (int i = 0; i < 20; ++i)
+        EXPECT_EQ(i == support::kNeverSelectedSlot,
+                  selected[std::size_t(i)] == support::Unselected())
+            << "slot " << i;
     ResetFunctions();
-    for (AnySlot slot : Slots())
-        EXPECT_EQ(kMarker, slot);
+    ExpectAllUnselected();
     ExpectUnselectedOperationsWriteNothing();
     EXPECT_EQ(1, InitCPUSpecificFunctions(1));
-    EXPECT_EQ(selected, Slots());
+    EXPECT_EQ(selected, BufferSlots());
     ResetFunctions();
     EXPECT_EQ(1, SelectCEEFunctions());
-    EXPECT_EQ(selected, Slots());
+    EXPECT_EQ(selected, BufferSlots());
 
     // A host's own routine in the never-selected slot survives both.
     ScanlineShapedCrawlGradientBlit = ScanlineCrawlGradientBlit;
@@ -136,16 +105,16 @@ TEST(BufferTable, FrameOrderAndRowSlotReadEveryRow)
 {
     Tracing tracing;
     std::vector<char> dst(64), src(64);
-    ScanlineComposit = TraceRowA;
+    ScanlineComposit = TraceRow<'a'>;
     CheckTimeSlice = [](tagMMXState* s) {
         TraceSlice(s);
-        ScanlineComposit = TraceRowB;
+        ScanlineComposit = TraceRow<'b'>;
     };
     Composit(dst.data(), 16, src.data(), 16, src.data(), 16, 4, 3);
     EXPECT_EQ("PaSbSbSQ", trace);
 
     CheckTimeSlice = TraceSlice;
-    ScanlineComposit = TraceRowA;
+    ScanlineComposit = TraceRow<'a'>;
     trace.clear();
     CompositWithOpacity(dst.data(), 16, src.data(), 16, src.data(), 16, 4, 2, 255, 255);
     CompositWithOpacity(dst.data(), 16, src.data(), 16, src.data(), 16, 4, 2, 255, 254);
@@ -155,38 +124,38 @@ TEST(BufferTable, FrameOrderAndRowSlotReadEveryRow)
 TEST(BufferTable, HooksRunAsOftenAsEachOperationSays)
 {
     Tracing tracing;
-    std::vector<char> dst(4096), a(4096), b(4096);
-    char* d = dst.data();
-    const char* s = a.data();
-    const char* t = b.data();
-    using Run = std::function<int(int width, int height)>;
-    const std::vector<std::pair<Run, bool>> operations = {
-        {[&](int w, int h) { return Blit(d, 64, s, 64, w, h); }, false},
-        {[&](int w, int h) { return BlitColour(d, 64, w, h, 7); }, false},
-        {[&](int w, int h) { return Composit(d, 64, s, 64, t, 64, w, h); }, true},
-        {[&](int w, int h) { return CompositWithOpacity(d, 64, s, 64, t, 64, w, h, 9, 9); }, true},
-        {[&](int w, int h) { return CrossFade(d, 64, s, 64, t, 64, w, h, 9, 9); }, true},
-        {[&](int w, int h) { return ShapedCrossFade(d, 64, s, 64, t, 64, w, h, 9, 9); }, true},
-        {[&](int w, int h) { return Fade(d, 64, s, 64, w, h, 9); }, false},
-        {[&](int w, int h) { return PreMultAlpha(d, 64, s, 64, w, h); }, false},
-        {[&](int w, int h) { return RollCopyData(d, s, w, h, 64, 64, 0, 1, 4, 2, 2, 1, 2); },
-         false},
-        {[&](int w, int h) {
+    static std::vector<char> dst(4096), a(4096), b(4096);
+    static char* const d = dst.data();
+    static const char *const s = a.data(), *const t = b.data();
+    struct Case {
+        int (*run)(int width, int height);
+        bool slicesRows;
+    };
+    const Case cases[] = {
+        {[](int w, int h) { return Blit(d, 64, s, 64, w, h); }, false},
+        {[](int w, int h) { return BlitColour(d, 64, w, h, 7); }, false},
+        {[](int w, int h) { return Composit(d, 64, s, 64, t, 64, w, h); }, true},
+        {[](int w, int h) { return CompositWithOpacity(d, 64, s, 64, t, 64, w, h, 9, 9); }, true},
+        {[](int w, int h) { return CrossFade(d, 64, s, 64, t, 64, w, h, 9, 9); }, true},
+        {[](int w, int h) { return ShapedCrossFade(d, 64, s, 64, t, 64, w, h, 9, 9); }, true},
+        {[](int w, int h) { return Fade(d, 64, s, 64, w, h, 9); }, false},
+        {[](int w, int h) { return PreMultAlpha(d, 64, s, 64, w, h); }, false},
+        {[](int w, int h) { return RollCopyData(d, s, w, h, 64, 64, 0, 1, 4, 2, 2, 1, 2); }, false},
+        {[](int w, int h) {
              return RollBlastDataSubPix(d, s, w, h, 64, 64, 0, 1, 9, 4, 9, 2, 2, 1, 2);
          },
          false},
-        {[&](int w, int h) {
+        {[](int w, int h) {
              return RollBlastDataSubPixNoFilter(d, s, w, h, 64, 256, 0, 1, 9, 4, 2, 2, 1, 2);
          },
-         false},
-    };
-    for (std::size_t op = 0; op < operations.size(); ++op)
+         false}};
+    for (const Case& c : cases)
         for (auto [w, h] : {std::pair{4, 0}, {0, 3}, {4, 1}, {4, 3}, {1, -2}}) {
             trace.clear();
-            EXPECT_EQ(1, operations[op].first(w, h));
-            const int rows = w >= 1 && h >= 1 && operations[op].second ? h : 0;
+            EXPECT_EQ(1, c.run(w, h));
+            const int rows = w >= 1 && h >= 1 && c.slicesRows ? h : 0;
             EXPECT_EQ("P" + std::string(std::size_t(rows), 'S') + "Q", trace)
-                << "operation " << op << " " << w << "x" << h;
+                << "operation " << &c - cases << " " << w << "x" << h;
         }
     trace.clear();
     EXPECT_EQ(0, RollCopyData(nullptr, s, 4, 4, 64, 64, 0, 1, 4, 0, 0, 4, 0));

@@ -63,7 +63,7 @@ void ModelCopy(Buffer& dst, const Buffer& src, const Roll& r)
             dst.Set(x, i,
                     (256 - f) * (256 - f) < 256
                         ? p
-                        : model::Pack(p, p >> 8, p >> 16, model::Al(p) * Eased(f) / 256));
+                        : model::Pack(p, p >> 8, p >> 16, model::Ch(p, 24) * Eased(f) / 256));
         }
         line += r.lineStep;
     }
@@ -74,7 +74,7 @@ Pel Mix(const std::vector<Pel>& pels, const std::vector<int>& w)
 {
     long long s = 0, c[3] = {0, 0, 0};
     for (std::size_t k = 0; k < pels.size(); ++k) {
-        const long long e = model::Al(pels[k]) * w[k];
+        const long long e = model::Ch(pels[k], 24) * w[k];
         s += e;
         for (int ch = 0; ch < 3; ++ch)
             c[ch] += model::Ch(pels[k], ch * 8) * e;
@@ -120,29 +120,22 @@ void ModelSubLine(Buffer& dst, const Buffer& src, int srcPitch, const Roll& r, b
     }
 }
 
-int Pick(std::mt19937& rng, std::initializer_list<int> edges, int lo, int hi)
-{
-    if (rng() % 2)
-        return edges.begin()[rng() % edges.size()];
-    return lo + int(rng() % unsigned(hi - lo + 1));
-}
-
-Roll RandomRoll(std::mt19937& rng, int minStep)
+Roll RandomRoll(support::Rng& rng)
 {
     Roll r{};
-    r.width = Pick(rng, {0, 1}, 1, 9);
-    r.height = Pick(rng, {0, 1}, 1, 12);
-    r.period = 1 + int(rng() % 12);
-    r.startLine = Pick(rng, {r.period + 2, 2 - r.period, -3 * r.period - 1, 4 * r.period}, -40, 40);
-    r.lineStep = Pick(rng, {1}, minStep, 3);
-    r.fraction = Pick(rng, {0, 127, 128, 255}, 0, 255);
-    r.strength = Pick(rng, {0, 128}, 0, 128);
+    r.width = rng.Pick({0, 1}, 1, 9);
+    r.height = rng.Pick({0, 1}, 1, 12);
+    r.period = 1 + int(rng.Below(12));
+    r.startLine = rng.Pick({r.period + 2, 2 - r.period, -3 * r.period - 1, 4 * r.period}, -40, 40);
+    r.lineStep = rng.Pick({1}, 0, 3);
+    r.fraction = rng.Pick({0, 127, 128, 255}, 0, 255);
+    r.strength = rng.Pick({0, 128}, 0, 128);
     const int h = r.height;
-    const bool fades = rng() % 3 != 0;
-    r.topFadeEnd = fades ? Pick(rng, {0, 1, h}, -2, h + 2) : 0;
-    r.topFadeWidth = Pick(rng, {0, 1}, 0, h + 3);
-    r.bottomFadeStart = fades ? Pick(rng, {-1, h - 1, h}, -2, h + 2) : h;
-    r.bottomFadeWidth = Pick(rng, {0, 1}, 0, h + 3);
+    const bool fades = rng.Below(3) != 0;
+    r.topFadeEnd = fades ? rng.Pick({0, 1, h}, -2, h + 2) : 0;
+    r.topFadeWidth = rng.Pick({0, 1}, 0, h + 3);
+    r.bottomFadeStart = fades ? rng.Pick({-1, h - 1, h}, -2, h + 2) : h;
+    r.bottomFadeWidth = rng.Pick({0, 1}, 0, h + 3);
     return r;
 }
 
@@ -161,13 +154,13 @@ std::string Describe(const Roll& r)
 TEST(Roll, AllThreeMatchTheReference)
 {
     SelectCEEFunctions();
-    std::mt19937 rng(99);
+    support::Rng rng(99);
     for (int trial = 0; trial < 3000; ++trial) {
-        const Roll r = RandomRoll(rng, 0);
-        const Buffer src(rng, r.width, 0, 2 * r.period + 2);
+        const Roll r = RandomRoll(rng);
+        Buffer src(rng, r.width, 2 * r.period + 2);
         // The unfiltered roll reads at (line * srcPitch) / 4: a pitch that is
         // not a multiple of four shifts later lines by a few bytes.
-        const int skew = src.pitch > 0 && trial % 3 == 2 ? int(rng() % 4) : 0;
+        const int skew = src.pitch > 0 && trial % 3 == 2 ? int(rng.Below(4)) : 0;
         Buffer got(rng, r.width, r.height);
         Buffer want = got;
         switch (trial % 3) {
@@ -195,54 +188,53 @@ TEST(Roll, AllThreeMatchTheReference)
     }
 }
 
-// Opaque strip of four lines with distinct colours, rolled over 5 rows.
+// An opaque strip of four lines with distinct colours, rolled over 5 rows.
 class RollExamples : public ::testing::Test {
   protected:
     void SetUp() override { SelectCEEFunctions(); }
-    Pel strip[4] = {0xFF102030u, 0xFF405060u, 0xFF708090u, 0xFFA0B0C0u};
+    const Pel strip[4] = {0xFF102030u, 0xFF405060u, 0xFF708090u, 0xFFA0B0C0u};
     Pel out[5] = {};
     const char* Strip() const { return reinterpret_cast<const char*>(strip); }
     char* Out() { return reinterpret_cast<char*>(out); }
+    // Sub-line roll of strip lines from `start`: fraction, strength, top fade end and width.
+    void SubLine(int start, int fraction, int strength, int fadeEnd = 0, int fadeWidth = 0)
+    {
+        RollBlastDataSubPix(Out(), Strip(), 1, 5, 4, 4, start, 1, fraction, 4, strength, fadeEnd,
+                            fadeWidth, 5, 0);
+    }
 };
 
+// Fade factors 0, 64, 128, 192 ease to alpha scales 0, 112, 192, 240 of 256.
 TEST_F(RollExamples, CopyFadesInWithTheEasedScale)
 {
     RollCopyData(Out(), Strip(), 1, 5, 4, 4, 0, 1, 4, 4, 4, 5, 0);
-    const Pel alphas[5] = {0, 111, 191, 239, 255}; // scales 0, 112, 192, 240 of 256
+    const Pel alphas[5] = {0, 111, 191, 239, 255};
     for (int i = 0; i < 5; ++i)
         EXPECT_EQ((strip[i % 4] & 0xFFFFFFu) | alphas[i] << 24, out[i]) << i;
 }
 
-TEST_F(RollExamples, StartLinesOnEitherSideOfThePeriodAgree)
+TEST_F(RollExamples, SubLineFilterStartsAndFades)
 {
-    Pel want[5];
-    RollBlastDataSubPix(reinterpret_cast<char*>(want), Strip(), 1, 5, 4, 4, 2, 1, 77, 4, 50, 0, 0,
-                        5, 0);
-    for (int start : {6, -2, 2 - 4 * 7}) {
-        RollBlastDataSubPix(Out(), Strip(), 1, 5, 4, 4, start, 1, 77, 4, 50, 0, 0, 5, 0);
-        EXPECT_EQ(0, std::memcmp(want, out, sizeof out)) << start;
-    }
-}
-
-TEST_F(RollExamples, FilterReproducesOrHalvesLines)
-{
-    RollBlastDataSubPix(Out(), Strip(), 1, 5, 4, 4, 1, 1, 0, 4, 0, 0, 0, 5, 0);
+    SubLine(1, 0, 0); // no fraction, no blur: the lines themselves
     for (int i = 0; i < 5; ++i)
         EXPECT_EQ(strip[(1 + i) % 4], out[i]);
-    // Half a line on: the lower line becomes the centre, each channel the
-    // truncated mean of the two.
-    RollBlastDataSubPix(Out(), Strip(), 1, 1, 4, 4, 1, 1, 128, 4, 0, 0, 0, 1, 0);
+    SubLine(1, 128, 0); // half a line on: the lower line is the centre, channels the mean
     EXPECT_EQ(0xFF586878u, out[0]);
-}
 
-TEST_F(RollExamples, TransparentTopRowEmptiesTheSubLineRollsOnly)
-{
-    RollBlastDataSubPix(Out(), Strip(), 1, 5, 4, 4, 0, 1, 0, 4, 0, 1, 1, 5, 0);
-    for (Pel p : out)
-        EXPECT_EQ(0u, p);
+    Pel want[5];
+    SubLine(2, 77, 50);
+    std::memcpy(want, out, sizeof out);
+    for (int start : {6, -2, 2 - 4 * 7}) {
+        SubLine(start, 77, 50);
+        EXPECT_EQ(0, std::memcmp(want, out, sizeof out)) << start;
+    }
+
+    // A transparent top row zeroes the carried weights for every later row,
+    // where the whole-line copy fades its top row only.
+    SubLine(0, 0, 0, 1, 1);
+    EXPECT_EQ(std::vector<Pel>(5, 0), std::vector<Pel>(out, out + 5));
     RollBlastDataSubPixNoFilter(Out(), Strip(), 1, 5, 4, 16, 0, 1, 0, 4, 1, 1, 5, 0);
-    for (Pel p : out)
-        EXPECT_EQ(0u, p);
+    EXPECT_EQ(std::vector<Pel>(5, 0), std::vector<Pel>(out, out + 5));
     RollCopyData(Out(), Strip(), 1, 5, 4, 4, 0, 1, 4, 1, 1, 5, 0);
     EXPECT_EQ(strip[0] & 0xFFFFFFu, out[0]);
     EXPECT_EQ(strip[1], out[1]);
