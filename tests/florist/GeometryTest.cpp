@@ -1,13 +1,12 @@
 // Centring, flips, shifts, tiling and the visible box, on plain and clipped
-// layers, against direct pixel models.
-#include <gtest/gtest.h>
-
+// layers, against direct pel models.
 #include "Support.h"
 
 using namespace florist_test;
 
 namespace {
 
+// Opaque pels numbered 1.. in row order: every pel tells where it came from.
 Pels Sequence(int count)
 {
     Pels p;
@@ -25,13 +24,9 @@ TEST(CenterLayer, WritesOnlyTheCentredRectangle)
     Marrow::StubLayer* src = MakeLayer(8, 2, srcPels);
     Marrow::StubLayer* dst = MakeFilled(5, 6, 0x77777777u);
     EXPECT_EQ(CenterLayer(dst, src, false), 1);
-    const Pels got = ReadLayer(dst);
-    for (int y = 0; y < 6; ++y)
-        for (int x = 0; x < 5; ++x) {
-            const bool inside = y >= 2 && y < 4;
-            const Pel want = inside ? srcPels[size_t(y - 2) * 8 + x + 1] : 0x77777777u;
-            ASSERT_EQ(got[size_t(y) * 5 + x], want) << x << "," << y;
-        }
+    ExpectLayer(dst, [&](int x, int y) {
+        return y >= 2 && y < 4 ? srcPels[size_t(y - 2) * 8 + size_t(x) + 1] : 0x77777777u;
+    });
     EXPECT_EQ(CenterLayer(nullptr, src, false), 0);
     DeleteLayer(src);
     DeleteLayer(dst);
@@ -39,53 +34,38 @@ TEST(CenterLayer, WritesOnlyTheCentredRectangle)
 
 TEST(FlipLayer, MirrorsRowsAndColumns)
 {
-    const Pels p = Sequence(4 * 3);
-    Marrow::StubLayer* layer = MakeLayer(4, 3, p);
-    ASSERT_TRUE(HorizontalFlipLayer(layer, false));
-    Pels want;
-    for (int y = 0; y < 3; ++y)
-        for (int x = 3; x >= 0; --x)
-            want.push_back(p[size_t(y) * 4 + x]);
-    EXPECT_EQ(ReadLayer(layer), want);
-    ASSERT_TRUE(VerticalFlipLayer(layer, false));
-    EXPECT_EQ(ReadLayer(layer), Pels(p.rbegin(), p.rend()));  // both flips: a half turn
-    DeleteLayer(layer);
-
-    Marrow::StubLayer* single = MakeLayer(3, 1, Sequence(3));
-    ASSERT_TRUE(VerticalFlipLayer(single, false));
-    EXPECT_EQ(ReadLayer(single), Sequence(3));
-    DeleteLayer(single);
-    EXPECT_FALSE(HorizontalFlipLayer(nullptr, false));
+    for (int h : {1, 3, 4}) {
+        const Pels p = Sequence(4 * h);
+        Marrow::StubLayer* layer = MakeLayer(4, h, p);
+        ASSERT_TRUE(HorizontalFlipLayer(layer, false));
+        ExpectLayer(layer, [&](int x, int y) { return p[size_t(y * 4 + 3 - x)]; });
+        ASSERT_TRUE(VerticalFlipLayer(layer, false));
+        EXPECT_EQ(ReadLayer(layer), Pels(p.rbegin(), p.rend())); // both flips: a half turn
+        DeleteLayer(layer);
+    }
+    EXPECT_FALSE(HorizontalFlipLayer(nullptr, false) || VerticalFlipLayer(nullptr, false));
 }
 
 TEST(ShiftLayer, MovesAndClearsWhatIsVacated)
 {
     const int w = 5, h = 4;
     const Pels p = Sequence(w * h);
-    for (int d : {-6, -5, -2, 1, 3, 5, 9}) {
+    for (int d : {-6, -5, -2, 0, 1, 3, 5, 9}) {
+        SCOPED_TRACE(d);
         Marrow::StubLayer* v = MakeLayer(w, h, p);
         Marrow::StubLayer* hz = MakeLayer(w, h, p);
-        ASSERT_TRUE(VerticalShiftLayer(v, d, false));
-        ASSERT_TRUE(HorizontalShiftLayer(hz, d, false));
-        const Pels gotV = ReadLayer(v), gotH = ReadLayer(hz);
-        for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x) {
-                const int sy = y - d, sx = x - d;
-                const Pel wantV = sy >= 0 && sy < h ? p[size_t(sy) * w + x] : 0u;
-                const Pel wantH = sx >= 0 && sx < w ? p[size_t(y) * w + sx] : 0u;
-                ASSERT_EQ(gotV[size_t(y) * w + x], wantV) << "dy " << d;
-                ASSERT_EQ(gotH[size_t(y) * w + x], wantH) << "dx " << d;
-            }
+        EXPECT_EQ(VerticalShiftLayer(v, d, false), d != 0);
+        EXPECT_EQ(HorizontalShiftLayer(hz, d, false), d != 0);
+        ExpectLayer(
+            v, [&](int x, int y) { return y >= d && y - d < h ? p[size_t((y - d) * w + x)] : 0u; });
+        ExpectLayer(
+            hz, [&](int x, int y) { return x >= d && x - d < w ? p[size_t(y * w + x - d)] : 0u; });
         DeleteLayer(v);
         DeleteLayer(hz);
     }
-    Marrow::StubLayer* layer = MakeLayer(w, h, p);
-    EXPECT_FALSE(VerticalShiftLayer(layer, 0, false));
-    EXPECT_FALSE(HorizontalShiftLayer(layer, 0, false));
-    EXPECT_EQ(ReadLayer(layer), p);
-    DeleteLayer(layer);
 }
 
+// Negative offsets tile with the phase of their positive equivalents.
 TEST(TileLayer, RepeatsWithTheOffsetPhase)
 {
     const Pels tile = Sequence(3 * 2);
@@ -93,58 +73,46 @@ TEST(TileLayer, RepeatsWithTheOffsetPhase)
     for (int o : {-7, -1, 0, 2, 5}) {
         Marrow::StubLayer* dst = MakeFilled(8, 5, 0x11111111u);
         ASSERT_TRUE(TileLayer(dst, tileLayer, o, -o, false));
-        const Pels got = ReadLayer(dst);
-        for (int y = 0; y < 5; ++y)
-            for (int x = 0; x < 8; ++x) {
-                const int tx = ((x + o) % 3 + 3) % 3, ty = ((y - o) % 2 + 2) % 2;
-                ASSERT_EQ(got[size_t(y) * 8 + x], tile[size_t(ty) * 3 + tx]) << "offset " << o;
-            }
+        ExpectLayer(dst, [&](int x, int y) {
+            return tile[size_t(((y - o) % 2 + 2) % 2 * 3 + ((x + o) % 3 + 3) % 3)];
+        });
         DeleteLayer(dst);
     }
     DeleteLayer(tileLayer);
-}
 
-// A tile whose region is wider than what it holds: the stretches it lacks are
-// cleared at the start of the destination row, and the columns they stand
-// for keep their old pixels.
-TEST(TileLayer, UncoveredStretchesClearTheRowStart)
-{
+    // A tile whose region is wider than what it holds: the stretches it lacks
+    // are cleared at the start of the row, and their own columns keep their pels.
     Marrow::StubLayer* parent = MakeLayer(4, 1, Sequence(4));
-    Marrow::StubLayer* tile = CreateClippedLayer(parent);
-    const LayerRegion clip = {0, 0, 6, 1};
-    ClipLayer(tile, &clip);
+    Marrow::StubLayer* narrow = MakeView(parent, {0, 0, 6, 1});
     Marrow::StubLayer* dst = MakeFilled(12, 1, 0xEEEEEEEEu);
-    ASSERT_TRUE(TileLayer(dst, tile, 0, 0, false));
+    ASSERT_TRUE(TileLayer(dst, narrow, 0, 0, false));
     const Pel e = 0xEEEEEEEEu;
-    const Pels want = {0,           0,           0xFF000003u, 0xFF000004u, e, e,
-                       0xFF000001u, 0xFF000002u, 0xFF000003u, 0xFF000004u, e, e};
-    EXPECT_EQ(ReadLayer(dst), want);
-    DeleteLayer(tile);
-    DeleteLayer(parent);
-    DeleteLayer(dst);
+    EXPECT_EQ(ReadLayer(dst), (Pels{0, 0, 0xFF000003u, 0xFF000004u, e, e, 0xFF000001u, 0xFF000002u,
+                                    0xFF000003u, 0xFF000004u, e, e}));
+    for (Marrow::StubLayer* layer : {narrow, parent, dst})
+        DeleteLayer(layer);
 }
 
-TEST(VisibleRegionLayer, BoundsVisiblePixelsButNeverTheLastColumn)
+// Colour without alpha is invisible, and the last column is never examined.
+TEST(VisibleRegionLayer, BoundsVisiblePelsButNeverTheLastColumn)
 {
-    Pels p(6 * 5, 0x00FFFFFFu); // colour without alpha is invisible
-    Marrow::StubLayer* empty = MakeLayer(6, 5, p);
-    LayerRegion r = {9, 9, 9, 9};
-    EXPECT_TRUE(VisibleRegionLayer(empty, &r));
-    EXPECT_EQ(r, (LayerRegion{0, 0, 0, 0}));
-
-    p[1 * 6 + 5] = 0xFF000000u; // last column only: not found
-    Marrow::StubLayer* edge = MakeLayer(6, 5, p);
-    EXPECT_TRUE(VisibleRegionLayer(edge, &r));
-    EXPECT_EQ(r, (LayerRegion{0, 0, 0, 0}));
-
-    p[1 * 6 + 2] = 0x01000000u;
-    p[3 * 6 + 4] = 0x01000000u;
-    p[2 * 6 + 1] = 0x80000000u;
-    Marrow::StubLayer* some = MakeLayer(6, 5, p);
-    EXPECT_TRUE(VisibleRegionLayer(some, &r));
-    EXPECT_EQ(r, (LayerRegion{1, 1, 4, 3}));
-    EXPECT_FALSE(VisibleRegionLayer(some, nullptr));
-    DeleteLayer(empty);
-    DeleteLayer(edge);
-    DeleteLayer(some);
+    Pels p(6 * 5, 0x00FFFFFFu);
+    const struct {
+        int at;
+        Pel pel;
+        LayerRegion box;
+    } steps[] = {{0, 0x00FFFFFFu, {0, 0, 0, 0}},
+                 {1 * 6 + 5, 0xFF000000u, {0, 0, 0, 0}},
+                 {1 * 6 + 2, 0x01000000u, {2, 1, 1, 1}},
+                 {3 * 6 + 4, 0x01000000u, {2, 1, 3, 3}},
+                 {2 * 6 + 1, 0x80000000u, {1, 1, 4, 3}}};
+    for (const auto& step : steps) {
+        p[size_t(step.at)] = step.pel;
+        Marrow::StubLayer* layer = MakeLayer(6, 5, p);
+        LayerRegion r = {9, 9, 9, 9};
+        EXPECT_TRUE(VisibleRegionLayer(layer, &r));
+        EXPECT_EQ(r, step.box) << step.at;
+        EXPECT_FALSE(VisibleRegionLayer(layer, nullptr));
+        DeleteLayer(layer);
+    }
 }

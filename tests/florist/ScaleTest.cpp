@@ -1,7 +1,7 @@
 // The scaler against a model written from the filter's definition: lists from
-// closed forms of the per-axis recurrences, pixels from whole-picture
-// footprints (no ring, no streaming).
-#include <gtest/gtest.h>
+// closed forms of the per-axis recurrences, pels from whole-picture footprints
+// (no ring, no streaming).
+#include <algorithm>
 
 #include "Support.h"
 
@@ -9,77 +9,56 @@ using namespace florist_test;
 
 namespace {
 
-struct Entry {
-    int count, advance;
-    double first, last;
-};
-struct List {
-    double ratio;
-    std::vector<Entry> entries;
-};
+using List = std::vector<tagScaleList>;
 
-// Shrinking: output pixel k starts at remainder r_k = k * in mod out.
-// Enlarging: the phase after k steps is p0 + k * in less out per step taken.
+// Shrinking: output pel k starts at remainder k * in mod out. Enlarging: after
+// k steps the phase is p0 + k * in, less out for each source pel taken.
 List ModelList(int64_t in, int64_t out)
 {
-    List list{in >= out ? double(out) / double(in) : 0.0, {}};
+    List list(size_t(out) + 1, tagScaleList{});
+    list[0].ratio = in >= out ? double(out) / double(in) : 0.0;
     const int64_t p0 = (in - out) / 2;
-    auto steps = [&](int64_t k) {
-        const int64_t t = p0 + k * in;
-        return t < 0 ? 0 : t / out;
-    };
+    auto taken = [&](int64_t k) { return std::max<int64_t>(p0 + k * in, 0) / out; };
     for (int64_t k = 0; k < out; ++k) {
-        Entry e;
+        tagScaleList& e = list[size_t(k) + 1];
         if (in >= out) {
-            const int64_t r = k * in % out, next = (k + 1) * in % out;
+            const int64_t r = k * in % out;
             e.count = int((r + in - out) / out);
-            e.first = double(out - r) / double(in);
-            e.last = double(next) / double(in);
             e.advance = e.count + 1;
+            e.firstWeight = double(out - r) / double(in);
+            e.lastWeight = double((k + 1) * in % out) / double(in);
         } else {
-            const int64_t s = steps(k), p = p0 + k * in - s * out;
-            e.advance = int(steps(k + 1) - s);
-            if (p < 1 || s == in - 1) {
-                e = {-1, e.advance, 1.0, 0.0};
-            } else {
-                e.first = double(out - p) / double(out);
-                e.last = double(p) / double(out);
-                e.count = e.last > 0 ? 0 : -1;
-            }
+            const int64_t s = taken(k), p = p0 + k * in - s * out;
+            const bool single = p < 1 || s == in - 1;
+            e.advance = int(taken(k + 1) - s);
+            e.firstWeight = single ? 1.0 : double(out - p) / double(out);
+            e.lastWeight = single ? 0.0 : double(p) / double(out);
+            e.count = e.lastWeight > 0 ? 0 : -1;
         }
-        list.entries.push_back(e);
     }
     return list;
 }
 
-void ExpectListsEqual(const List& model, const tagScaleList* got, int out)
+void ExpectListsEqual(const List& want, const tagScaleList* got)
 {
-    ASSERT_EQ(model.ratio, got[0].ratio);
-    for (int k = 0; k < out; ++k) {
-        const Entry& e = model.entries[size_t(k)];
-        const tagScaleList& g = got[k + 1];
-        ASSERT_EQ(e.count, g.count) << "entry " << k;
-        ASSERT_EQ(e.advance, g.advance) << "entry " << k;
-        ASSERT_EQ(e.first, g.firstWeight) << "entry " << k;
-        ASSERT_EQ(e.last, g.lastWeight) << "entry " << k;
-    }
+    ASSERT_EQ(want[0].ratio, got[0].ratio);
+    for (size_t k = 1; k < want.size(); ++k)
+        ASSERT_TRUE(want[k].count == got[k].count && want[k].advance == got[k].advance &&
+                    want[k].firstWeight == got[k].firstWeight &&
+                    want[k].lastWeight == got[k].lastWeight)
+            << "entry " << k - 1 << ": " << got[k].count << " " << got[k].advance << " "
+            << got[k].firstWeight << " " << got[k].lastWeight;
 }
 
-// Taps of one axis: (offset from the footprint start, weight, is the last one).
-struct Tap {
-    int offset;
-    double weight;
-    bool last;
-};
-std::vector<Tap> Taps(const Entry& e, double ratio)
+// Taps of one axis, in order: (offset from the footprint start, weight); the
+// last partial pel, when there is one, is marked by a negative offset - 1.
+std::vector<std::pair<int, double>> Taps(const tagScaleList& e, double ratio)
 {
-    std::vector<Tap> taps = {{0, e.first, false}};
-    if (e.count == -1)
-        return taps;
+    std::vector<std::pair<int, double>> taps = {{0, e.firstWeight}};
     for (int i = 1; i <= e.count; ++i)
-        taps.push_back({i, ratio, false});
-    if (e.last > 0)
-        taps.push_back({e.count + 1, e.last, true});
+        taps.push_back({i, ratio});
+    if (e.count != -1 && e.lastWeight > 0)
+        taps.push_back({-e.count - 2, e.lastWeight});
     return taps;
 }
 
@@ -92,194 +71,152 @@ Pels ModelScale(const Pels& src, int inW, int inH, int outW, int outH)
 {
     const List h = ModelList(inW, outW), v = ModelList(inH, outH);
     Pels out;
-    int rowStart = 0;
-    for (int y = 0; y < outH; ++y) {
-        const std::vector<Tap> rows = Taps(v.entries[size_t(y)], v.ratio);
-        int columnStart = 0;
-        for (int x = 0; x < outW; ++x) {
-            const std::vector<Tap> columns = Taps(h.entries[size_t(x)], h.ratio);
+    for (int y = 0, top = 0; y < outH; top += v[size_t(y++) + 1].advance)
+        for (int x = 0, left = 0; x < outW; left += h[size_t(x++) + 1].advance) {
             double sa = 0, sb = 0, sg = 0, sr = 0, rest = 1.0;
             Pel p = 0;
             auto add = [&](double w) {
                 const double a = PelAlpha(p);
-                sa += a * w;
-                sb += double(PelBlue(p)) * a * w;
-                sg += double(PelGreen(p)) * a * w;
-                sr += double(PelRed(p)) * a * w;
+                sa += a * w, sb += PelBlue(p) * a * w, sg += PelGreen(p) * a * w;
+                sr += PelRed(p) * a * w;
             };
-            for (const Tap& row : rows)
-                for (const Tap& column : columns) {
-                    p = src[size_t(rowStart + row.offset) * inW +
-                            size_t(columnStart + column.offset)];
-                    if (row.last && column.last)
+            for (auto row : Taps(v[size_t(y) + 1], v[0].ratio))
+                for (auto column : Taps(h[size_t(x) + 1], h[0].ratio)) {
+                    const int dy = row.first < 0 ? -row.first - 1 : row.first;
+                    const int dx = column.first < 0 ? -column.first - 1 : column.first;
+                    p = src[size_t(top + dy) * size_t(inW) + size_t(left + dx)];
+                    if (row.first < 0 && column.first < 0)
                         continue; // the corner is read, not added
-                    const double w = row.weight * column.weight;
-                    add(w);
-                    rest -= w;
+                    add(row.second * column.second);
+                    rest -= row.second * column.second;
                 }
             add(rest);
             const u32 a = Clamp(sa);
-            out.push_back(a == 0 ? 0u : MakePel(Clamp(sb / a), Clamp(sg / a), Clamp(sr / a), a));
-            columnStart += h.entries[size_t(x)].advance;
+            out.push_back(a ? MakePel(Clamp(sb / a), Clamp(sg / a), Clamp(sr / a), a) : 0u);
         }
-        rowStart += v.entries[size_t(y)].advance;
-    }
     return out;
 }
 
 } // namespace
 
-TEST(ScaleList, WorkedExamples)
+TEST(ScaleList, WorkedExamplesAndClosedFormsForRandomSizes)
 {
     tagScaleList list[5] = {};
     ASSERT_TRUE(ScaleGenScaleList(list, 3, 2));
-    EXPECT_EQ(list[0].ratio, 2.0 / 3.0);
-    EXPECT_EQ(list[1].count, 0);
-    EXPECT_EQ(list[1].advance, 1);
-    EXPECT_EQ(list[1].firstWeight, 2.0 / 3.0);
-    EXPECT_EQ(list[1].lastWeight, 1.0 / 3.0);
-    EXPECT_EQ(list[2].count, 1);
-    EXPECT_EQ(list[2].advance, 2);
-    EXPECT_EQ(list[2].firstWeight, 1.0 / 3.0);
-    EXPECT_EQ(list[2].lastWeight, 0.0);
-
+    ExpectListsEqual({{0, 0, {2.0 / 3}, 0}, {0, 1, {2.0 / 3}, 1.0 / 3}, {1, 2, {1.0 / 3}, 0}},
+                     list);
     ASSERT_TRUE(ScaleGenScaleList(list, 2, 4));
-    EXPECT_EQ(list[0].ratio, 0.0);
-    const int counts[] = {-1, 0, 0, -1}, advances[] = {0, 0, 1, 0};
-    const double firsts[] = {1.0, 0.75, 0.25, 1.0}, lasts[] = {0.0, 0.25, 0.75, 0.0};
-    for (int k = 0; k < 4; ++k) {
-        EXPECT_EQ(list[k + 1].count, counts[k]) << k;
-        EXPECT_EQ(list[k + 1].advance, advances[k]) << k;
-        EXPECT_EQ(list[k + 1].firstWeight, firsts[k]) << k;
-        EXPECT_EQ(list[k + 1].lastWeight, lasts[k]) << k;
-    }
-    EXPECT_FALSE(ScaleGenScaleList(nullptr, 3, 2));
-    EXPECT_FALSE(ScaleGenScaleList(list, 0, 2));
-    EXPECT_FALSE(ScaleGenScaleList(list, 2, 0));
-    EXPECT_FALSE(ScaleGenScale(nullptr));
-}
+    ExpectListsEqual({{0, 0, {0.0}, 0},
+                      {-1, 0, {1.0}, 0},
+                      {0, 0, {0.75}, 0.25},
+                      {0, 1, {0.25}, 0.75},
+                      {-1, 0, {1.0}, 0}},
+                     list);
+    EXPECT_FALSE(ScaleGenScaleList(nullptr, 3, 2) || ScaleGenScaleList(list, 0, 2) ||
+                 ScaleGenScaleList(list, 2, 0) || ScaleGenScale(nullptr));
 
-TEST(ScaleList, MatchesClosedFormsForRandomSizes)
-{
-    std::mt19937 rng(7);
+    Rng rng(7);
     for (int n = 0; n < 400; ++n) {
-        const int in = 1 + int(rng() % (n < 200 ? 40 : 3000));
-        const int out = 1 + int(rng() % (n < 200 ? 40 : 3000));
-        std::vector<tagScaleList> list(size_t(out) + 1);
-        ASSERT_TRUE(ScaleGenScaleList(list.data(), in, out));
+        const int in = 1 + int(rng.Below(n < 200 ? 40 : 3000));
+        const int out = 1 + int(rng.Below(n < 200 ? 40 : 3000));
+        List random(size_t(out) + 1);
+        ASSERT_TRUE(ScaleGenScaleList(random.data(), in, out));
         SCOPED_TRACE(testing::Message() << in << " -> " << out);
-        ExpectListsEqual(ModelList(in, out), list.data(), out);
+        ExpectListsEqual(ModelList(in, out), random.data());
     }
 }
 
+// Shrinking, enlarging and mixed axes over translucent pels with a transparent
+// block, into plain layers and into views reaching past their parents: the
+// valid part gets its window of the whole scaling and nothing else is touched.
 TEST(ResizeLayer, MatchesFootprintModel)
 {
-    struct Case {
-        int inW, inH, outW, outH;
-    } cases[] = {{37, 23, 10, 7}, {16, 16, 8, 8}, {5, 4, 17, 13}, {2, 2, 9, 5}, {30, 5, 7, 19},
-                 {6, 40, 25, 3},  {13, 1, 4, 1},  {1, 1, 6, 6},   {9, 9, 9, 4}, {64, 48, 61, 50}};
-    std::mt19937 rng(11);
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message()
-                     << c.inW << "x" << c.inH << " -> " << c.outW << "x" << c.outH);
-        Pels pels = RandomPels(c.inW * c.inH, rng);
-        // A fully transparent block: its footprints must come out as zero bytes.
-        for (int y = 0; y < c.inH / 2; ++y)
-            for (int x = 0; x < c.inW / 2; ++x)
-                pels[size_t(y) * c.inW + x] = rng() & 0x00FFFFFFu;
-        Marrow::StubLayer* src = MakeLayer(c.inW, c.inH, pels);
-        Marrow::StubLayer* dst = MakeFilled(c.outW, c.outH, 0x12345678u);
+    const int cases[][8] = {// in, out, and for a view: its place and its parent's size
+                            {37, 23, 10, 7},
+                            {16, 16, 8, 8},
+                            {5, 4, 17, 13},
+                            {2, 2, 9, 5},
+                            {30, 5, 7, 19},
+                            {6, 40, 25, 3},
+                            {13, 1, 4, 1},
+                            {1, 1, 6, 6},
+                            {9, 9, 9, 4},
+                            {64, 48, 61, 50},
+                            {20, 14, 31, 19, -4, -3, 30, 30},
+                            {9, 12, 20, 6, 5, 2, 22, 7}};
+    Rng rng(11);
+    for (const auto& c : cases) {
+        const int inW = c[0], inH = c[1], outW = c[2], outH = c[3], cx = c[4], cy = c[5];
+        SCOPED_TRACE(testing::Message() << inW << "x" << inH << " -> " << outW << "x" << outH);
+        Pels pels = RandomRow(rng, inW * inH);
+        for (int y = 0; y < inH / 2; ++y) // a fully transparent block
+            for (int x = 0; x < inW / 2; ++x)
+                pels[size_t(y * inW + x)] &= 0x00FFFFFFu;
+        Marrow::StubLayer* src = MakeLayer(inW, inH, pels);
+        Marrow::StubLayer* parent = MakeFilled(c[6] ? c[6] : outW, c[6] ? c[7] : outH, 0x1234u);
+        Marrow::StubLayer* dst = c[6] ? MakeView(parent, {cx, cy, outW, outH}) : parent;
         UpdateLog log;
         AttachUpdateFunction(dst, UpdateLog::Record, &log);
         ASSERT_TRUE(ResizeLayer(dst, src, true));
-        EXPECT_EQ(ReadLayer(dst), ModelScale(pels, c.inW, c.inH, c.outW, c.outH));
+        const Pels whole = ModelScale(pels, inW, inH, outW, outH);
+        ExpectLayer(parent, [&](int x, int y) {
+            const int vx = x - cx, vy = y - cy;
+            return vx >= 0 && vy >= 0 && vx < outW && vy < outH ? whole[size_t(vy * outW + vx)]
+                                                                : 0x1234u;
+        });
+        LayerRegion valid = {};
+        GetValidLayerRegion(dst, &valid);
         EXPECT_EQ(log.calls, 1);
-        EXPECT_EQ(log.last, (LayerRegion{0, 0, c.outW, c.outH}));
+        EXPECT_EQ(log.last, valid);
+        if (dst != parent)
+            DeleteLayer(dst);
         DeleteLayer(src);
-        DeleteLayer(dst);
+        DeleteLayer(parent);
     }
-}
-
-// A destination that is a clipped view reaching past its parent scales into
-// the valid part exactly as the whole picture would, and touches nothing else.
-TEST(ResizeLayer, ClippedDestinationGetsItsWindowOfTheWholeScaling)
-{
-    std::mt19937 rng(3);
-    const Pels pels = RandomPels(20 * 14, rng);
-    Marrow::StubLayer* src = MakeLayer(20, 14, pels);
-    Marrow::StubLayer* parent = MakeFilled(30, 30, 0xAABBCCDDu);
-    Marrow::StubLayer* view = CreateClippedLayer(parent);
-    const LayerRegion clip = {-4, -3, 31, 19}; // valid part {4, 3, 27, 16} of the view
-    ASSERT_TRUE(ClipLayer(view, &clip));
-    ASSERT_TRUE(ResizeLayer(view, src, false));
-
-    const Pels whole = ModelScale(pels, 20, 14, 31, 19);
-    const Pels got = ReadLayer(parent);
-    for (int y = 0; y < 30; ++y)
-        for (int x = 0; x < 30; ++x) {
-            const int vx = x + 4, vy = y + 3;
-            const bool inside = vx < 31 && vy < 19;
-            const Pel want = inside ? whole[size_t(vy) * 31 + vx] : 0xAABBCCDDu;
-            ASSERT_EQ(got[size_t(y) * 30 + x], want) << x << "," << y;
-        }
-    DeleteLayer(view);
-    DeleteLayer(parent);
-    DeleteLayer(src);
 }
 
 // Equal valid regions are copied: a source whose region is larger than its
 // valid part would otherwise be filtered.
 TEST(ResizeLayer, IdenticalValidRegionsCopyWithoutFiltering)
 {
-    std::mt19937 rng(5);
-    const Pels pels = RandomPels(8 * 6, rng);
+    Rng rng(5);
+    const Pels pels = RandomRow(rng, 8 * 6);
     Marrow::StubLayer* parent = MakeLayer(8, 6, pels);
-    Marrow::StubLayer* src = CreateClippedLayer(parent);
-    const LayerRegion clip = {0, 0, 12, 9};
-    ASSERT_TRUE(ClipLayer(src, &clip));
+    Marrow::StubLayer* src = MakeView(parent, {0, 0, 12, 9});
     Marrow::StubLayer* dst = MakeFilled(8, 6, 0x01020304u);
     ASSERT_TRUE(ResizeLayer(dst, src, false));
     EXPECT_EQ(ReadLayer(dst), pels);
-    DeleteLayer(src);
-    DeleteLayer(parent);
-    DeleteLayer(dst);
-    EXPECT_FALSE(ResizeLayer(nullptr, dst, false));
+    EXPECT_FALSE(ResizeLayer(nullptr, dst, false) || ResizeLayer(dst, nullptr, false));
+    for (Marrow::StubLayer* layer : {src, parent, dst})
+        DeleteLayer(layer);
 }
 
-// The copy intake with a caller-kept source row gives the same rows as the
-// layer front end.
-TEST(ScaleScanline, CopyIntakeMatchesModel)
+// The copy intake with a caller-kept source row gives the model's rows too;
+// the offset and region checks take the documented bounds.
+TEST(ScaleScanline, CopyIntakeAndBounds)
 {
-    std::mt19937 rng(9);
+    Rng rng(9);
     const int inW = 11, inH = 7, outW = 5, outH = 3;
-    const Pels pels = RandomPels(inW * inH, rng);
+    const Pels pels = RandomRow(rng, inW * inH);
     ScanlineControl* ctl = BeginScaleScanline(inW, inH, outW, outH);
     ASSERT_NE(ctl, nullptr);
-    Pels out(static_cast<size_t>(outW * outH)), row(static_cast<size_t>(inW));
-    int next = 0;
-    while (ctl->row < ctl->height) {
+    Pels out = Pels(size_t(outW * outH)), row = Pels(size_t(inW));
+    for (int next = 0; ctl->row < ctl->height;) {
         std::copy_n(pels.begin() + next * inW, inW, row.begin());
-        const int y = ctl->row;
-        ASSERT_EQ(ScaleScanline(&out[size_t(y) * outW], row.data(), ctl), 1);
-        if (ctl->needInput || !ctl->outputReady)
-            ++next;
+        ASSERT_EQ(ScaleScanline(&out[size_t(ctl->row * outW)], row.data(), ctl), 1);
+        next += ctl->needInput || !ctl->outputReady;
     }
     EXPECT_EQ(ScaleScanline(out.data(), row.data(), ctl), 0);
     EXPECT_EQ(out, ModelScale(pels, inW, inH, outW, outH));
     EXPECT_TRUE(EndScaleScanline(ctl));
     EXPECT_FALSE(EndScaleScanline(nullptr));
-}
 
-TEST(ScaleScanline, OffsetAndConvertBounds)
-{
     EXPECT_EQ(BeginScaleScanline(0, 1, 1, 1), nullptr);
-    ScanlineControl* ctl = BeginScaleScanline(10, 10, 4, 4);
-    ASSERT_NE(ctl, nullptr);
+    ctl = BeginScaleScanline(10, 10, 4, 4);
     EXPECT_EQ(OffsetScaleScanline(ctl, 4, 0, 0), 1); // x == width with width 0
-    EXPECT_EQ(OffsetScaleScanline(ctl, 5, 0, 0), 0);
-    EXPECT_EQ(OffsetScaleScanline(ctl, 1, 0, 4), 0);
-    EXPECT_EQ(OffsetScaleScanline(ctl, 0, 5, 1), 0);
-    EXPECT_EQ(OffsetScaleScanline(ctl, -1, 0, 1), 0);
+    const int refused[][3] = {{5, 0, 0}, {1, 0, 4}, {0, 5, 1}, {-1, 0, 1}, {0, -1, 1}};
+    for (const auto& r : refused)
+        EXPECT_EQ(OffsetScaleScanline(ctl, r[0], r[1], r[2]), 0);
     LayerRegion r = {1, 2, 2, 1}; // advances 2, 3, 2, 3
     EXPECT_TRUE(ConvertRegionScaleScanline(ctl, &r));
     EXPECT_EQ(r, (LayerRegion{2, 5, 6, 3}));

@@ -1,40 +1,31 @@
-// Helpers for the layer-operation tests: seeded pixels, layers made from and
-// read back into plain vectors, and layers that count (or refuse) accesses.
+// Helpers for the layer-operation tests: layers made from and compared with
+// pel models, clipped views, and layers that count (or refuse) accesses.
 #ifndef FLORIST_TEST_SUPPORT_H
 #define FLORIST_TEST_SUPPORT_H
 
-#include <cstdint>
 #include <cstring>
 #include <new>
-#include <random>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "florist.h"
 #include "petal.h"
+#include "support/PelModel.h"
+#include "support/Rng.h"
 
 namespace florist_test {
 
-typedef std::vector<Pel> Pels;
-
-// A third transparent, a third opaque, the rest translucent; colours random.
-inline Pels RandomPels(int count, std::mt19937& rng)
-{
-    Pels p(static_cast<size_t>(count));
-    for (Pel& v : p) {
-        const u32 pick = rng() % 3;
-        const u32 alpha = pick == 0 ? 0u : pick == 1 ? 255u : 1u + rng() % 254;
-        v = (rng() & 0x00FFFFFFu) | alpha << 24;
-    }
-    return p;
-}
+using Pels = std::vector<Pel>;
+using support::RandomRow;
+using support::Rng;
 
 inline Marrow::StubLayer* MakeLayer(int width, int height, const Pels& pels)
 {
     Marrow::StubLayer* layer = CreateLayer(width, height);
     LayerAccess a{};
-    if (layer && BeginAccessLayer(&a, layer)) {
-        for (int y = 0; y < height; ++y)
-            std::memcpy(a.pixels + y * a.rowBytes, &pels[size_t(y) * width], size_t(width) * 4);
+    if (BeginAccessLayer(&a, layer)) {
+        std::memcpy(a.pixels, pels.data(), pels.size() * 4);
         EndAccessLayer(&a);
     }
     return layer;
@@ -42,7 +33,15 @@ inline Marrow::StubLayer* MakeLayer(int width, int height, const Pels& pels)
 
 inline Marrow::StubLayer* MakeFilled(int width, int height, Pel value)
 {
-    return MakeLayer(width, height, Pels(size_t(width) * height, value));
+    return MakeLayer(width, height, Pels(size_t(width) * size_t(height), value));
+}
+
+// A view of `parent` at `clip`; the view holds the parent's only other reference.
+inline Marrow::StubLayer* MakeView(Marrow::StubLayer* parent, LayerRegion clip)
+{
+    Marrow::StubLayer* view = CreateClippedLayer(parent);
+    ClipLayer(view, &clip);
+    return view;
 }
 
 // The whole buffer of a BasicLayer, row by row.
@@ -58,6 +57,18 @@ inline Pels ReadLayer(Marrow::StubLayer* layer)
     }
     EndAccessLayer(&a);
     return out;
+}
+
+// Every pel of a BasicLayer against want(x, y); reports the first difference.
+template <typename Model> void ExpectLayer(Marrow::StubLayer* layer, Model want)
+{
+    const Pels got = ReadLayer(layer);
+    const int width = GetLayerWidth(layer);
+    ASSERT_EQ(got.size(), size_t(width) * size_t(GetLayerHeight(layer)));
+    for (size_t i = 0; i < got.size(); ++i) {
+        const int x = int(i % size_t(width)), y = int(i / size_t(width));
+        ASSERT_EQ(got[i], Pel(want(x, y))) << "at " << x << "," << y;
+    }
 }
 
 // A BasicLayer that counts its open accesses and refuses every access after
@@ -78,8 +89,7 @@ class CountingLayer : public BasicLayer {
         if (budget-- <= 0)
             return nullptr;
         void* token = BasicLayer::AccessRegion(region, pixels, rowBytes);
-        if (token)
-            ++open;
+        open += token != nullptr;
         return token;
     }
     bool EndAccess(void* token) override
