@@ -5,91 +5,76 @@
 #include "PixelRoutinesLite.h"
 #include "seed.h"
 #include "stem.h"
+#include "support/Rng.h"
 
-#include <cstdint>
-#include <random>
 #include <vector>
 
 namespace {
 
-using Row = std::vector<std::uint32_t>;
+using support::u32;
 
-Row RandomRow(std::mt19937& rng, int n)
+char* B(u32* p)
 {
-    Row row(std::size_t(n) + 1); // one spare pel that must survive
-    for (auto& p : row) {
-        const std::uint32_t v = rng();
-        p = v % 3 == 0 ? v & 0xFFFFFF : v % 3 == 1 ? v | 0xFF000000 : v;
-    }
-    return row;
+    return reinterpret_cast<char*>(p);
+}
+const char* B(const u32* p)
+{
+    return reinterpret_cast<const char*>(p);
 }
 
-char* B(Row& r)
-{
-    return reinterpret_cast<char*>(r.data());
-}
-const char* B(const Row& r)
-{
-    return reinterpret_cast<const char*>(r.data());
-}
-
-class PlatformRoutines : public ::testing::Test {
-  protected:
-    void SetUp() override { ASSERT_TRUE(FlowerInit()); }
-    std::mt19937 rng{1234};
+// Each case runs the platform routine on `got` and the buffer routine on
+// `want`, from the same top and bottom rows, level and opacity.
+struct Case {
+    const char* name;
+    void (*platform)(u32* got, const u32* top, const u32* bottom, int n, int level, int opacity);
+    void (*buffer)(u32* want, const u32* top, const u32* bottom, int n, int level, int opacity);
 };
 
-TEST_F(PlatformRoutines, MatchBufferRoutinesWithSwappedArguments)
+unsigned char Byte(int v)
 {
-    for (int n : {0, 1, 3, 8, 17, 1920}) {
-        const Row top = RandomRow(rng, n), bottom = RandomRow(rng, n);
-        const Row start = RandomRow(rng, n);
-        const int level = int(rng() % 256), opacity = int(rng() % 256);
-        const auto l = static_cast<unsigned char>(level), o = static_cast<unsigned char>(opacity);
-        Row got, want;
-        auto fresh = [&] { got = start, want = start; };
+    return static_cast<unsigned char>(v);
+}
 
-        fresh();
-        GetClearScanline()(got.data(), n);
-        ScanlineBlitColour(B(want), n, 0);
-        EXPECT_EQ(got, want) << "Clear " << n;
-        fresh();
-        GetSetScanline()(got.data(), n, 0x80FF0000u);
-        ScanlineBlitColour(B(want), n, int(0x80FF0000u - 0x100000000ll));
-        EXPECT_EQ(got, want) << "Set " << n;
-        fresh();
-        GetCopyScanline()(got.data(), top.data(), n);
-        ScanlineBlit(B(want), B(top), n);
-        EXPECT_EQ(got, want) << "Copy " << n;
-        fresh();
-        GetCompositScanline()(got.data(), top.data(), bottom.data(), n);
-        ScanlineComposit(B(want), B(bottom), B(top), n);
-        EXPECT_EQ(got, want) << "Composit " << n;
-        fresh();
-        PixelRoutines::FadeScanline(got.data(), n, l);
-        ScanlineFade(B(want), B(want), n, level);
-        EXPECT_EQ(got, want) << "Fade " << n;
-        fresh();
-        PixelRoutines::FadeCopyScanline(got.data(), top.data(), n, l);
-        ScanlineFade(B(want), B(top), n, level);
-        EXPECT_EQ(got, want) << "FadeCopy " << n;
-        fresh();
-        PixelRoutines::BlendScanline(got.data(), top.data(), bottom.data(), n, l);
-        ScanlineCrossFade(B(want), B(top), B(bottom), n, 256 - level, level);
-        EXPECT_EQ(got, want) << "Blend " << n;
-        fresh();
-        PixelRoutines::CompositWithTopOpacityScanline(got.data(), top.data(), bottom.data(), n, o);
-        ScanlineCompositWithOpacity(B(want), B(bottom), B(top), n, 255, opacity);
-        EXPECT_EQ(got, want) << "CompositWithTopOpacity " << n;
-        fresh();
-        PixelRoutines::CompositWithBottomOpacityScanline(got.data(), top.data(), bottom.data(), n,
-                                                         o);
-        ScanlineCompositWithOpacity(B(want), B(bottom), B(top), n, opacity, 255);
-        EXPECT_EQ(got, want) << "CompositWithBottomOpacity " << n;
-        fresh();
-        PixelRoutines::CompositWithOpacityScanline(got.data(), top.data(), bottom.data(), n, l, o);
-        ScanlineCompositWithOpacity(B(want), B(bottom), B(top), n, opacity, level);
-        EXPECT_EQ(got, want) << "CompositWithOpacity " << n;
+// clang-format off
+const Case kCases[] = {
+    {"Clear", [](u32* g, const u32*, const u32*, int n, int, int) { GetClearScanline()(g, n); },
+              [](u32* w, const u32*, const u32*, int n, int, int) { ScanlineBlitColour(B(w), n, 0); }},
+    {"Set", [](u32* g, const u32*, const u32*, int n, int, int) { GetSetScanline()(g, n, 0x80FF0000u); },
+            [](u32* w, const u32*, const u32*, int n, int, int) { ScanlineBlitColour(B(w), n, int(0x80FF0000u - 0x100000000ll)); }},
+    {"Copy", [](u32* g, const u32* t, const u32*, int n, int, int) { GetCopyScanline()(g, t, n); },
+             [](u32* w, const u32* t, const u32*, int n, int, int) { ScanlineBlit(B(w), B(t), n); }},
+    {"Composit", [](u32* g, const u32* t, const u32* b, int n, int, int) { GetCompositScanline()(g, t, b, n); },
+                 [](u32* w, const u32* t, const u32* b, int n, int, int) { ScanlineComposit(B(w), B(b), B(t), n); }},
+    {"Fade", [](u32* g, const u32*, const u32*, int n, int l, int) { PixelRoutines::FadeScanline(g, n, Byte(l)); },
+             [](u32* w, const u32*, const u32*, int n, int l, int) { ScanlineFade(B(w), B(w), n, l); }},
+    {"FadeCopy", [](u32* g, const u32* t, const u32*, int n, int l, int) { PixelRoutines::FadeCopyScanline(g, t, n, Byte(l)); },
+                 [](u32* w, const u32* t, const u32*, int n, int l, int) { ScanlineFade(B(w), B(t), n, l); }},
+    {"Blend", [](u32* g, const u32* t, const u32* b, int n, int l, int) { PixelRoutines::BlendScanline(g, t, b, n, Byte(l)); },
+              [](u32* w, const u32* t, const u32* b, int n, int l, int) { ScanlineCrossFade(B(w), B(t), B(b), n, 256 - l, l); }},
+    {"TopOpacity", [](u32* g, const u32* t, const u32* b, int n, int, int o) { PixelRoutines::CompositWithTopOpacityScanline(g, t, b, n, Byte(o)); },
+                   [](u32* w, const u32* t, const u32* b, int n, int, int o) { ScanlineCompositWithOpacity(B(w), B(b), B(t), n, 255, o); }},
+    {"BottomOpacity", [](u32* g, const u32* t, const u32* b, int n, int, int o) { PixelRoutines::CompositWithBottomOpacityScanline(g, t, b, n, Byte(o)); },
+                      [](u32* w, const u32* t, const u32* b, int n, int, int o) { ScanlineCompositWithOpacity(B(w), B(b), B(t), n, o, 255); }},
+    {"Opacity", [](u32* g, const u32* t, const u32* b, int n, int l, int o) { PixelRoutines::CompositWithOpacityScanline(g, t, b, n, Byte(l), Byte(o)); },
+                [](u32* w, const u32* t, const u32* b, int n, int l, int o) { ScanlineCompositWithOpacity(B(w), B(b), B(t), n, o, l); }}};
+// clang-format on
+
+TEST(PlatformRoutines, MatchBufferRoutinesWithSwappedArguments)
+{
+    ASSERT_TRUE(FlowerInit());
+    support::Rng rng(1234);
+    for (int n : {0, 1, 3, 8, 17, 1920}) {
+        // One spare pel past the row that must survive.
+        const std::vector<u32> top = support::RandomRow(rng, n + 1),
+                               bottom = support::RandomRow(rng, n + 1),
+                               start = support::RandomRow(rng, n + 1);
+        const int level = int(rng.Below(256)), opacity = int(rng.Below(256));
+        for (const Case& c : kCases) {
+            std::vector<u32> got = start, want = start;
+            c.platform(got.data(), top.data(), bottom.data(), n, level, opacity);
+            c.buffer(want.data(), top.data(), bottom.data(), n, level, opacity);
+            EXPECT_EQ(got, want) << c.name << " count " << n;
+        }
     }
 }
 
