@@ -135,65 +135,55 @@ TEST(CompositRows, OpacityRoutinesMatchModel)
         [](const u32* x) { return model::OverWithOpacity(x[1], x[2], 128, 77); });
 }
 
-// Every (top, middle) alpha pair over seeded bottoms; opacities apply only
-// where a variant takes them.
+// Three-row variant v: 0 plain, 1 top, 2 middle, 3 bottom opacity, 4 all three.
+void RunThree(int v, u32* d, Sources s, int n, const u32* o)
+{
+    switch (v) {
+    case 0:
+        return Stem::CompositThreeScanlines(d, s[0], s[1], s[2], n);
+    case 1:
+        return Stem::CompositThreeScanlinesWithTopOpacity(d, s[0], s[1], s[2], n, Byte(o[0]));
+    case 2:
+        return Stem::CompositThreeScanlinesWithMiddleOpacity(d, s[0], s[1], s[2], n, Byte(o[1]));
+    case 3:
+        return Stem::CompositThreeScanlinesWithBottomOpacity(d, s[0], s[1], s[2], n, Byte(o[2]));
+    default:
+        return Stem::CompositThreeScanlinesWithOpacity(d, s[0], s[1], s[2], n, Byte(o[0]),
+                                                       Byte(o[1]), Byte(o[2]));
+    }
+}
+
+// Every (top, middle) alpha pair over seeded bottoms.
 TEST(CompositRows, ThreeRowRoutinesMatchModel)
 {
-    using ThreeRows = void (*)(Pel*, const Pel*, const Pel*, const Pel*, int, const u32* o);
-    struct Variant {
-        const char* name;
-        ThreeRows run;
-        bool fades[3];
-    };
-    const Variant variants[] = {
-        {"Three",
-         [](Pel* d, const Pel* t, const Pel* m, const Pel* b, int n, const u32*) {
-             Stem::CompositThreeScanlines(d, t, m, b, n);
-         },
-         {false, false, false}},
-        {"ThreeTop",
-         [](Pel* d, const Pel* t, const Pel* m, const Pel* b, int n, const u32* o) {
-             Stem::CompositThreeScanlinesWithTopOpacity(d, t, m, b, n, Byte(o[0]));
-         },
-         {true, false, false}},
-        {"ThreeMiddle",
-         [](Pel* d, const Pel* t, const Pel* m, const Pel* b, int n, const u32* o) {
-             Stem::CompositThreeScanlinesWithMiddleOpacity(d, t, m, b, n, Byte(o[1]));
-         },
-         {false, true, false}},
-        {"ThreeBottom",
-         [](Pel* d, const Pel* t, const Pel* m, const Pel* b, int n, const u32* o) {
-             Stem::CompositThreeScanlinesWithBottomOpacity(d, t, m, b, n, Byte(o[2]));
-         },
-         {false, false, true}},
-        {"ThreeOpacity",
-         [](Pel* d, const Pel* t, const Pel* m, const Pel* b, int n, const u32* o) {
-             Stem::CompositThreeScanlinesWithOpacity(d, t, m, b, n, Byte(o[0]), Byte(o[1]),
-                                                     Byte(o[2]));
-         },
-         {true, true, true}}};
     const u32 triples[][3] = {{255, 255, 255}, {0, 128, 254}, {128, 1, 127}, {254, 0, 128}};
     const rows::AlphaPairs& p = Pairs();
     support::Rng rng(9);
     const std::vector<u32> bottom = support::RandomRow(rng, p.count);
+    const u32* const pairRows[3] = {p.upper.data(), p.lower.data(), bottom.data()};
     std::vector<u32> got(std::size_t(p.count));
-    for (const Variant& v : variants)
+    for (int v = 0; v < 5; ++v)
         for (const auto& o : triples) {
-            auto want = [&](u32 t, u32 m, u32 b) {
-                const u32 f[3] = {v.fades[0] ? o[0] : 255, v.fades[1] ? o[1] : 255,
-                                  v.fades[2] ? o[2] : 255};
-                return model::Over(model::Over(model::Fade(t, f[0]), model::Fade(m, f[1])),
-                                   model::Fade(b, f[2]));
+            auto want = [&](const u32* x) { // top, middle, bottom
+                u32 f[3];
+                for (int k = 0; k < 3; ++k)
+                    f[k] = v == k + 1 || v == 4 ? model::Fade(x[k], o[k]) : x[k];
+                return model::Over(model::Over(f[0], f[1]), f[2]);
             };
-            v.run(got.data(), p.upper.data(), p.lower.data(), bottom.data(), p.count, o);
+            const std::string name = "three-row variant " + std::to_string(v) + " opacities " +
+                                     std::to_string(o[0]) + "," + std::to_string(o[1]) + "," +
+                                     std::to_string(o[2]);
+            RunThree(v, got.data(), pairRows, p.count, o);
             ExpectPels(
                 got, p.count,
-                [&](std::size_t i) { return want(p.upper[i], p.lower[i], bottom[i]); },
-                std::string(v.name) + " opacities " + std::to_string(o[0]) + "," +
-                    std::to_string(o[1]) + "," + std::to_string(o[2]));
+                [&](std::size_t i) {
+                    const u32 x[3] = {p.upper[i], p.lower[i], bottom[i]};
+                    return want(x);
+                },
+                name);
             CheckRows<3>(
-                v.name, [&](u32* d, Sources s, int n) { v.run(d, s[0], s[1], s[2], n, o); },
-                [&](const u32* x) { return want(x[1], x[2], x[3]); });
+                name, [&](u32* d, Sources s, int n) { RunThree(v, d, s, n, o); },
+                [&](const u32* x) { return want(x + 1); });
         }
 }
 
@@ -205,43 +195,43 @@ TEST(CompositRows, WorkedExamples)
         TwoRows run;
         u32 upper, lower, want;
     };
+    using S = TwoRows;
+    const S blend0 = [](Pel* d, const Pel* a, const Pel* b, int n) {
+        Stem::BlendScanline(d, a, b, n, 0);
+    };
+    const S redOn = [](Pel* d, const Pel*, const Pel* b, int n) {
+        Stem::CompositColourOnScanline(d, b, n, 0x80FF0000);
+    };
+    const S topHalf = [](Pel* d, const Pel* t, const Pel* b, int n) {
+        Stem::CompositWithTopOpacityScanline(d, t, b, n, 128);
+    };
+    const S fadeHalf = [](Pel* d, const Pel* a, const Pel*, int n) {
+        Stem::FadeCopyScanline(d, a, n, 128);
+    };
+    const S over = Stem::CompositScanline, reverse = Stem::ReverseCompositScanline;
+    const S add = Stem::AddScanline, max = Stem::MaxScanline;
+    // clang-format off
     const Case cases[] = {
-        {"transparent on transparent keeps top", Stem::CompositScanline, 0x00123456, 0x00ABCDEF,
-         0x00123456},
-        {"transparent top gives bottom", Stem::CompositScanline, 0x00123456, 0x80ABCDEF,
-         0x80ABCDEF},
-        {"opaque bottom rounds", Stem::CompositScanline, 0x80102030, 0xFF405060, 0xFF283848},
-        {"translucent bottom truncates", Stem::CompositScanline, 0x80102030, 0x80405060,
-         0xC01F2F3F},
-        {"on opaque keeps bottom alpha", Stem::CompositOnOpaqueScanline, 0x00FFFFFF, 0x40112233,
-         0x40112233},
-        {"reverse of less opaque", Stem::ReverseCompositScanline, 0x40FFFFFF, 0x80000000,
-         0x00FF00FF},
-        {"reverse of equal alpha", Stem::ReverseCompositScanline, 0x80FFFFFF, 0x80000000, 0},
-        {"reverse over opaque", Stem::ReverseCompositScanline, 0xFF808080, 0xFFFFFFFF, 0x7F000000},
-        {"reverse of the bottom", Stem::ReverseCompositScanline, 0xFFFFFFFF, 0xFFFFFFFF, 0},
-        {"add wraps white", Stem::AddScanline, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFDFDFD},
-        {"add wraps alpha 200", Stem::AddScanline, 0xC8FFFFFF, 0xC8FFFFFF, 0xFF8F8F8F},
-        {"add of transparent", Stem::AddScanline, 0, 0, 0},
-        {"add truncates", Stem::AddScanline, 0xFF804000, 0, 0xFF7F3F00},
-        {"max tie takes first", Stem::MaxScanline, 0x0A000001, 0x0A000002, 0x0A000001},
-        {"max takes larger", Stem::MaxScanline, 0x0A000001, 0x0B000002, 0x0B000002},
-        {"blend level 0 truncates",
-         [](Pel* d, const Pel* a, const Pel* b, int n) { Stem::BlendScanline(d, a, b, n, 0); },
-         0xFF804000, 0xFFFFFFFF, 0xFF7F3F00},
-        {"colour on opaque black",
-         [](Pel* d, const Pel*, const Pel* b, int n) {
-             Stem::CompositColourOnScanline(d, b, n, 0x80FF0000);
-         },
-         0, 0xFF000000, 0xFF800000},
-        {"top opacity 128 on opaque",
-         [](Pel* d, const Pel* t, const Pel* b, int n) {
-             Stem::CompositWithTopOpacityScanline(d, t, b, n, 128);
-         },
-         0xFF102030, 0xFF405060, 0xFF283848},
-        {"fade 128 of alpha 1",
-         [](Pel* d, const Pel* a, const Pel*, int n) { Stem::FadeCopyScanline(d, a, n, 128); },
-         0x01FFFFFF, 0, 0x01FFFFFF}};
+        {"transparent on transparent keeps top", over, 0x00123456, 0x00ABCDEF, 0x00123456},
+        {"transparent top gives bottom", over, 0x00123456, 0x80ABCDEF, 0x80ABCDEF},
+        {"opaque bottom rounds", over, 0x80102030, 0xFF405060, 0xFF283848},
+        {"translucent bottom truncates", over, 0x80102030, 0x80405060, 0xC01F2F3F},
+        {"on opaque keeps bottom alpha", Stem::CompositOnOpaqueScanline, 0x00FFFFFF, 0x40112233, 0x40112233},
+        {"reverse of less opaque", reverse, 0x40FFFFFF, 0x80000000, 0x00FF00FF},
+        {"reverse of equal alpha", reverse, 0x80FFFFFF, 0x80000000, 0},
+        {"reverse over opaque", reverse, 0xFF808080, 0xFFFFFFFF, 0x7F000000},
+        {"reverse of the bottom", reverse, 0xFFFFFFFF, 0xFFFFFFFF, 0},
+        {"add wraps white", add, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFDFDFD},
+        {"add wraps alpha 200", add, 0xC8FFFFFF, 0xC8FFFFFF, 0xFF8F8F8F},
+        {"add of transparent", add, 0, 0, 0},
+        {"add truncates", add, 0xFF804000, 0, 0xFF7F3F00},
+        {"max tie takes first", max, 0x0A000001, 0x0A000002, 0x0A000001},
+        {"max takes larger", max, 0x0A000001, 0x0B000002, 0x0B000002},
+        {"blend level 0 truncates", blend0, 0xFF804000, 0xFFFFFFFF, 0xFF7F3F00},
+        {"colour on opaque black", redOn, 0, 0xFF000000, 0xFF800000},
+        {"top opacity 128 on opaque", topHalf, 0xFF102030, 0xFF405060, 0xFF283848},
+        {"fade 128 of alpha 1", fadeHalf, 0x01FFFFFF, 0, 0x01FFFFFF}};
+    // clang-format on
     for (const Case& c : cases) {
         u32 got = rows::kGuard;
         c.run(&got, &c.upper, &c.lower, 1);
