@@ -2,12 +2,11 @@
 //
 // With an in-range fraction, neighbours of equal alpha a filter to a*N / (256*a),
 // which is the plain lerp N / 256: that is most of a row, inside glyphs and in the
-// gaps between them. Four-pel blocks take the lerp; pels whose neighbours differ in
+// gaps between them. Four-pel blocks take the lerp; blocks where neighbours differ in
 // alpha, and every tail, go through the scalar reference.
 #include "PixelRoutinesLite/CrawlKernels.h"
 
 #include <cstddef>
-#include <cstring>
 #include <emmintrin.h>
 
 namespace {
@@ -49,9 +48,10 @@ __m128i LerpPels4(__m128i p0, __m128i p1, __m128i w0, __m128i w1)
     return _mm_packus_epi16(_mm_srli_epi16(lo, 8), _mm_srli_epi16(hi, 8));
 }
 
-// Blocks of the straight filter; returns how many leading pels it wrote. A block with
-// mixed alphas is fixed in a copy first, since dst may be src and the scalar filter of
-// a later pel still needs its source.
+// Blocks of the straight filter; returns how many leading pels it wrote. A block whose
+// neighbours differ in alpha anywhere goes to the scalar filter whole: one call instead
+// of one per pel, and safe in place, since the filter reads pel x + 4 before any write
+// could reach it.
 int StraightBlocks(char* dst, const char* src, int count, int fraction)
 {
     const __m128i w0 = _mm_set1_epi16(short(256 - fraction));
@@ -61,19 +61,12 @@ int StraightBlocks(char* dst, const char* src, int count, int fraction)
         const __m128i s0 = Load4(src, x);
         const __m128i s1 = Load4(src, x + 1);
         const __m128i a0 = _mm_srli_epi32(s0, 24);
-        const __m128i clear = _mm_cmpeq_epi32(a0, _mm_setzero_si128());
-        const __m128i out = _mm_andnot_si128(clear, LerpPels4(s0, s1, w0, w1));
-        const int sameAlpha = _mm_movemask_epi8(_mm_cmpeq_epi32(a0, _mm_srli_epi32(s1, 24)));
-        if (sameAlpha == 0xFFFF) {
-            Store4(dst, x, out);
+        if (_mm_movemask_epi8(_mm_cmpeq_epi32(a0, _mm_srli_epi32(s1, 24))) != 0xFFFF) {
+            Kernels::kCrawlScalar.subpix(At(dst, x), At(src, x), 4, fraction);
             continue;
         }
-        char block[16];
-        Store4(block, 0, out);
-        for (int i = 0; i < 4; ++i)
-            if ((sameAlpha >> (4 * i) & 0xF) == 0)
-                Kernels::kCrawlScalar.subpix(At(block, i), At(src, x + i), 1, fraction);
-        std::memcpy(At(dst, x), block, sizeof block);
+        const __m128i clear = _mm_cmpeq_epi32(a0, _mm_setzero_si128());
+        Store4(dst, x, _mm_andnot_si128(clear, LerpPels4(s0, s1, w0, w1)));
     }
     return x;
 }
