@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <climits>
-#include <random>
 #include <vector>
 
 #include "channel.h"
 #include "petal.h"
+#include "support/Rng.h"
 
 namespace {
 
@@ -22,10 +22,12 @@ Bytes Samples(const Channel* c)
     return out;
 }
 
-void Randomise(Channel* c, std::mt19937& rng)
+Channel* RandomChannel(int width, int height, support::Rng& rng)
 {
-    for (int i = 0; i < c->width * c->height; ++i)
-        c->data[i] = u8(rng());
+    Channel* c = CreateChannel(width, height);
+    for (int i = 0; i < width * height; ++i)
+        c->data[i] = u8(rng.Next());
+    return c;
 }
 
 int Mod(long long a, int m)
@@ -33,7 +35,9 @@ int Mod(long long a, int m)
     return int(((a % m) + m) % m);
 }
 
-TEST(Channel, CreationRefusesEmptyAndOverflowingSizes)
+// Views of random corners fill exactly their rectangle; views past the parent's
+// edge are empty to every operation, and channels without data fail.
+TEST(Channel, CreationAndClippedViews)
 {
     EXPECT_EQ(CreateChannel(0, 5), nullptr);
     EXPECT_EQ(CreateChannel(5, -1), nullptr);
@@ -41,77 +45,54 @@ TEST(Channel, CreationRefusesEmptyAndOverflowingSizes)
     EXPECT_EQ(CreateCompatibleChannel(0, 2, nullptr), nullptr);
     EXPECT_EQ(CreateSimilarChannel(nullptr), nullptr);
     EXPECT_EQ(CreateClippedChannel(nullptr), nullptr);
-    Channel* c = CreateChannel(3, 2);
-    ASSERT_NE(c, nullptr);
-    EXPECT_EQ(c->rowBytes, 3);
-    EXPECT_EQ(Samples(c), Bytes(6, 0));
-    Channel* similar = CreateSimilarChannel(c);
-    EXPECT_EQ(Samples(similar), Bytes(6, 0));
+    Channel* small = CreateChannel(3, 2);
+    EXPECT_EQ(small->rowBytes, 3);
+    EXPECT_EQ(Samples(small), Bytes(6, 0));
     u8 mine[4] = {1, 2, 3, 4};
-    Channel* compatible = CreateCompatibleChannel(2, 2, mine);
+    Channel* compatible = CreateCompatibleChannel(2, 2, mine); // never frees `mine`
     EXPECT_EQ(Samples(compatible), (Bytes{1, 2, 3, 4}));
-    DeleteChannel(compatible); // leaves `mine` alone (ASan would tell)
-    DeleteChannel(similar);
-    DeleteChannel(c);
-    DeleteChannel(nullptr);
-}
 
-TEST(Channel, ClippedViewsCoverExactlyTheirRectangle)
-{
-    Channel* parent = CreateChannel(10, 10);
+    support::Rng rng(3);
+    Channel* parent = RandomChannel(10, 10, rng);
+    Channel* similar = CreateSimilarChannel(parent);
+    EXPECT_EQ(Samples(similar), Bytes(100, 0));
     Channel* view = CreateClippedChannel(parent);
     ClipChannel(view, 5, 5, 1, 2);
     EXPECT_EQ(view->data, parent->data + 2 * 10 + 1);
-    EXPECT_EQ(view->width, 4);
-    EXPECT_EQ(view->height, 3);
-    EXPECT_EQ(view->rowBytes, 10);
-
-    std::mt19937 rng(3);
+    EXPECT_EQ(view->width * 100 + view->height * 10 + view->rowBytes, 4 * 100 + 3 * 10 + 10);
     for (int trial = 0; trial < 400; ++trial) {
-        int x1 = int(rng() % 30) - 10, y1 = int(rng() % 30) - 10;
-        int x2 = int(rng() % 30) - 10, y2 = int(rng() % 30) - 10;
-        ClipChannel(view, x1, y1, x2, y2);
-        if (x2 < x1)
-            std::swap(x1, x2);
-        if (y2 < y1)
-            std::swap(y1, y2);
-        const int left = std::max(x1, 0), top = std::max(y1, 0);
-        const int width = std::min(std::max(x2, 0), 10) - left;
-        const int height = std::min(std::max(y2, 0), 10) - top;
-        ASSERT_EQ(view->width, width);
-        ASSERT_EQ(view->height, height);
-
-        Randomise(parent, rng);
+        int x[2], y[2];
+        for (int k = 0; k < 2; ++k)
+            x[k] = int(rng.Below(30)) - 10, y[k] = int(rng.Below(30)) - 10;
+        ClipChannel(view, x[0], y[0], x[1], y[1]);
+        std::sort(x, x + 2);
+        std::sort(y, y + 2);
+        const int left = std::max(x[0], 0), top = std::max(y[0], 0);
+        const int right = std::min(std::max(x[1], 0), 10), bottom = std::min(std::max(y[1], 0), 10);
         Bytes want = Samples(parent);
+        for (int r = top; r < bottom; ++r)
+            std::fill_n(want.begin() + r * 10 + left, std::max(right - left, 0), 0xA7);
         ASSERT_TRUE(FillChannel(view, 0x1A7));
-        for (int y = top; y < top + height; ++y)
-            for (int x = left; x < left + width; ++x)
-                want[y * 10 + x] = 0xA7;
-        ASSERT_EQ(Samples(parent), want) << x1 << "," << y1 << " " << x2 << "," << y2;
+        ASSERT_EQ(view->width * 100 + view->height, (right - left) * 100 + bottom - top);
+        ASSERT_EQ(Samples(parent), want) << x[0] << "," << y[0] << " " << x[1] << "," << y[1];
     }
 
-    // A view past the parent's edge is empty to every operation.
     ClipChannel(view, 12, 3, 15, 8);
     EXPECT_EQ(view->width, -2);
     const Bytes before = Samples(parent);
-    Channel* other = CreateChannel(2, 2);
-    Marrow::StubLayer* layer = CreateLayer(4, 4);
-    EXPECT_TRUE(FillChannel(view, 9));
-    EXPECT_FALSE(TileChannel(view, other, 0, 0));
-    EXPECT_FALSE(TileChannel(other, view, 0, 0));
-    EXPECT_TRUE(GetChannel(view, layer, 3));
-    EXPECT_EQ(Samples(parent), before);
-
     Channel* noData = CreateCompatibleChannel(2, 2, nullptr);
-    EXPECT_FALSE(FillChannel(noData, 0));
-    EXPECT_FALSE(TileChannel(other, noData, 0, 0));
-    EXPECT_FALSE(GetChannel(noData, layer, 0));
-    EXPECT_FALSE(GetChannel(nullptr, layer, 0));
+    Marrow::StubLayer* layer = CreateLayer(4, 4);
+    EXPECT_TRUE(FillChannel(view, 9) && GetChannel(view, layer, 3));
+    TileChannel(view, small, 0, 0);
+    const Bytes smallBefore = Samples(small);
+    TileChannel(small, view, 0, 0);
+    EXPECT_EQ(Samples(small), smallBefore);
+    EXPECT_EQ(Samples(parent), before);
+    EXPECT_FALSE(FillChannel(noData, 0) || TileChannel(small, noData, 0, 0));
+    EXPECT_FALSE(GetChannel(noData, layer, 0) || GetChannel(nullptr, layer, 0));
     DeleteLayer(layer);
-    DeleteChannel(noData);
-    DeleteChannel(other);
-    DeleteChannel(view);
-    DeleteChannel(parent);
+    for (Channel* c : {noData, view, similar, parent, compatible, small, (Channel*)nullptr})
+        DeleteChannel(c);
 }
 
 TEST(Channel, TileRepeatsTheSourceFromItsOrigin)
@@ -124,18 +105,17 @@ TEST(Channel, TileRepeatsTheSourceFromItsOrigin)
     DeleteChannel(row);
     DeleteChannel(source);
 
-    std::mt19937 rng(11);
+    support::Rng rng(11);
     Channel* parent = CreateChannel(40, 30);
     Channel* dst = CreateClippedChannel(parent); // rows narrower than their pitch
     const int offsets[] = {0, 1, -1, 7, -13, 1000003, INT_MIN, INT_MAX};
     for (int trial = 0; trial < 200; ++trial) {
-        Channel* src = CreateChannel(1 + int(rng() % 9), 1 + int(rng() % 9));
-        Randomise(src, rng);
-        ClipChannel(dst, int(rng() % 40), int(rng() % 30), int(rng() % 41), int(rng() % 31));
-        const int x = trial < 64 ? offsets[trial % 8] : int(rng() % 50) - 25;
-        const int y = trial < 64 ? offsets[trial / 8] : int(rng() % 50) - 25;
-        const bool empty = dst->width < 1 || dst->height < 1;
-        ASSERT_EQ(TileChannel(dst, src, x, y), !empty);
+        Channel* src = RandomChannel(1 + int(rng.Below(9)), 1 + int(rng.Below(9)), rng);
+        ClipChannel(dst, int(rng.Below(40)), int(rng.Below(30)), int(rng.Below(41)),
+                    int(rng.Below(31)));
+        const int x = trial < 64 ? offsets[trial % 8] : int(rng.Below(50)) - 25;
+        const int y = trial < 64 ? offsets[trial / 8] : int(rng.Below(50)) - 25;
+        ASSERT_EQ(TileChannel(dst, src, x, y), dst->width > 0 && dst->height > 0);
         Bytes want;
         for (int r = 0; r < dst->height; ++r)
             for (int c = 0; c < dst->width; ++c)
@@ -156,75 +136,53 @@ u8 ModelSample(Pel p, int which)
     return which >= 0 && which < 6 ? u8(byChannel[which]) : 0;
 }
 
+// Channels larger and smaller than the layer, in each direction; the layer
+// filled whole and then through a clipped view.
 TEST(Channel, GetChannelExtractsAndZeroesTheMargins)
 {
-    std::mt19937 rng(5);
+    EXPECT_EQ(ModelSample(0xFFFFFFFFu, 5), 255); // the worked values
+    EXPECT_EQ(ModelSample(0x80FFFFFFu, 4), 128);
+    support::Rng rng(5);
     Marrow::StubLayer* layer = CreateLayer(9, 7);
+    Marrow::StubLayer* view = CreateClippedLayer(layer);
+    const LayerRegion clip{2, 1, 3, 3};
+    ClipLayer(view, &clip);
     LayerAccess a{};
     ASSERT_TRUE(BeginAccessLayer(&a, layer));
-    std::vector<Pel> pels;
-    for (int y = 0; y < 7; ++y)
-        for (int x = 0; x < 9; ++x) {
-            Pel p = rng() | (rng() % 4 ? 0 : 0xFF000000u) | (rng() % 8 ? 0 : 0xFFFFFFu);
-            if (y == 0 && x < 2) // white, opaque and half covered
-                p = x == 0 ? 0xFFFFFFFFu : 0x80FFFFFFu;
-            reinterpret_cast<Pel*>(a.pixels + y * a.rowBytes)[x] = p;
-            pels.push_back(p);
-        }
+    Pel* pels = reinterpret_cast<Pel*>(a.pixels);
+    for (int i = 0; i < 63; ++i)
+        pels[i] = rng.Pel() | (rng.Below(8) ? 0 : 0xFFFFFFu);
     EndAccessLayer(&a);
+    bool (*const shortcuts[])(Channel*, Marrow::StubLayer*) = {GetBlueChannel, GetGreenChannel,
+                                                               GetRedChannel, GetAlphaChannel};
     const int sizes[][2] = {{9, 7}, {4, 3}, {15, 11}, {4, 11}, {15, 2}};
     for (int which : {0, 1, 2, 3, 4, 5, -1, 6, 1 << 30})
         for (const auto& size : sizes) {
             Channel* c = CreateChannel(size[0], size[1]);
             FillChannel(c, 0xCC);
-            ASSERT_TRUE(GetChannel(c, layer, which));
+            ASSERT_TRUE(which >= 0 && which < 4 ? shortcuts[which](c, layer)
+                                                : GetChannel(c, layer, which));
             Bytes want;
             for (int y = 0; y < c->height; ++y)
                 for (int x = 0; x < c->width; ++x)
                     want.push_back(x < 9 && y < 7 ? ModelSample(pels[y * 9 + x], which) : 0);
             EXPECT_EQ(Samples(c), want) << which << " into " << size[0] << "x" << size[1];
-            // Without a layer the channel is left alone and the call still succeeds.
-            EXPECT_TRUE(GetChannel(c, nullptr, 0));
+            EXPECT_TRUE(GetChannel(c, nullptr, 0)); // leaves the channel alone
             EXPECT_EQ(Samples(c), want);
             DeleteChannel(c);
         }
-    DeleteLayer(layer);
 
-    // The model agrees with the worked values: 255 for opaque white's luminance,
-    // 128 for the covered luminance of white at alpha 128.
-    EXPECT_EQ(ModelSample(pels[0], 5), 255);
-    EXPECT_EQ(ModelSample(pels[1], 4), 128);
-}
-
-TEST(Channel, LayerSizedChannelsAndFillLayer)
-{
-    Marrow::StubLayer* layer = CreateLayer(7, 5);
-    Channel* c = CreateSizedChannel(layer);
-    ASSERT_NE(c, nullptr);
-    EXPECT_EQ(c->width, 7);
-    EXPECT_EQ(c->height, 5);
+    Channel* sized = CreateSizedChannel(layer);
+    EXPECT_EQ(sized->width * 100 + sized->height, 9 * 100 + 7);
     EXPECT_EQ(CreateSizedChannel(nullptr), nullptr);
-
-    // A clipped view's fill stays inside its rectangle; the shortcuts read the bytes.
-    Marrow::StubLayer* view = CreateClippedLayer(layer);
-    const LayerRegion clip{2, 1, 3, 3};
-    ASSERT_TRUE(ClipLayer(view, &clip));
-    EXPECT_TRUE(FillLayer(layer, 0x01020304u));
-    EXPECT_TRUE(FillLayer(view, 0x80402010u));
+    EXPECT_TRUE(FillLayer(layer, 0x01020304u) && FillLayer(view, 0x80402010u));
     EXPECT_FALSE(FillLayer(nullptr, 0));
-    bool (*const shortcuts[])(Channel*, Marrow::StubLayer*) = {GetBlueChannel, GetGreenChannel,
-                                                               GetRedChannel, GetAlphaChannel};
-    const u8 outside[] = {0x04, 0x03, 0x02, 0x01}, inside[] = {0x10, 0x20, 0x40, 0x80};
-    for (int which = 0; which < 4; ++which) {
-        ASSERT_TRUE(shortcuts[which](c, layer));
-        for (int i = 0; i < 35; ++i) {
-            const int x = i % 7, y = i / 7;
-            const bool in = x >= 2 && x < 5 && y >= 1 && y < 4;
-            EXPECT_EQ(c->data[i], in ? inside[which] : outside[which]) << which << " at " << i;
-        }
+    for (int i = 0; i < 63; ++i) {
+        const int x = i % 9, y = i / 9;
+        EXPECT_EQ(pels[i], x >= 2 && x < 5 && y >= 1 && y < 4 ? 0x80402010u : 0x01020304u) << i;
     }
+    DeleteChannel(sized);
     DeleteLayer(view);
-    DeleteChannel(c);
     DeleteLayer(layer);
 }
 

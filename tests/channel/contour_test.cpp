@@ -3,20 +3,18 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <random>
 #include <set>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include "channel.h"
+#include "support/Rng.h"
 
 namespace {
 
 using Ints = std::vector<int>;
-struct Point {
-    int x, y;
-};
+using Point = std::pair<int, int>; // x, y
 using Loop = std::vector<Point>;
 
 Ints Flat(Contour* contour)
@@ -37,17 +35,16 @@ Ints Trace(const Ints& samples, int width, int height, int threshold)
 // Splits the flat buffer into loops, failing on any framing error.
 std::vector<Loop> Loops(const Ints& flat)
 {
-    std::vector<Loop> loops;
+    std::vector<Loop> loops(flat.empty() ? 0 : size_t(std::max(flat[0], 0)));
     size_t at = 1;
-    for (int i = 0; !flat.empty() && i < flat[0]; ++i) {
+    for (Loop& loop : loops) {
         const size_t points = at < flat.size() ? size_t(flat[at++]) : 0;
         if (points < 4 || at + 2 * points > flat.size()) {
-            ADD_FAILURE() << "loop " << i << " is framed badly";
-            return loops;
+            ADD_FAILURE() << "loop " << &loop - loops.data() << " is framed badly";
+            return {};
         }
-        loops.emplace_back();
-        for (; points > loops.back().size(); at += 2)
-            loops.back().push_back({flat[at], flat[at + 1]});
+        for (; points > loop.size(); at += 2)
+            loop.push_back({flat[at], flat[at + 1]});
     }
     EXPECT_EQ(at, flat.size()) << "length";
     return loops;
@@ -58,7 +55,7 @@ long long TwiceArea(const Loop& loop)
     long long sum = 0;
     for (size_t i = 0; i < loop.size(); ++i) {
         const Point a = loop[i], b = loop[(i + 1) % loop.size()];
-        sum += (long long)a.x * b.y - (long long)b.x * a.y;
+        sum += (long long)a.first * b.second - (long long)b.first * a.second;
     }
     return sum;
 }
@@ -66,50 +63,44 @@ long long TwiceArea(const Loop& loop)
 struct Mask {
     int width, height;
     std::vector<bool> in;
+    Mask(const Ints& samples, int w, int h, int threshold) : width(w), height(h)
+    {
+        for (int s : samples)
+            in.push_back(s >= std::clamp(threshold, 1, 255));
+    }
     bool At(int x, int y) const
     {
-        return x >= 0 && y >= 0 && x < width && y < height && in[size_t(y) * width + x];
+        return x >= 0 && y >= 0 && x < width && y < height && in[size_t(y * width + x)];
+    }
+    // Regions of samples equal to `inside`, joined through 4 or 8 neighbours;
+    // `holesOnly` leaves out the regions that touch the border.
+    int Regions(bool inside, bool eight, bool holesOnly) const
+    {
+        std::vector<bool> seen(in.size());
+        int regions = 0;
+        for (int start = 0; start < int(in.size()); ++start) {
+            if (in[size_t(start)] != inside || seen[size_t(start)])
+                continue;
+            bool border = false;
+            std::vector<int> stack{start};
+            seen[size_t(start)] = true;
+            while (!stack.empty()) {
+                const int x = stack.back() % width, y = stack.back() / width;
+                stack.pop_back();
+                border |= x == 0 || y == 0 || x == width - 1 || y == height - 1;
+                for (int dy = -1; dy <= 1; ++dy)
+                    for (int dx = -1; dx <= 1; ++dx) {
+                        const int nx = x + dx, ny = y + dy, n = ny * width + nx;
+                        if ((eight || dx == 0 || dy == 0) && nx >= 0 && ny >= 0 && nx < width &&
+                            ny < height && in[size_t(n)] == inside && !seen[size_t(n)])
+                            seen[size_t(n)] = true, stack.push_back(n);
+                    }
+            }
+            regions += !(holesOnly && border);
+        }
+        return regions;
     }
 };
-
-Mask MaskOf(const Ints& samples, int width, int height, int threshold)
-{
-    Mask m{width, height, {}};
-    for (int s : samples)
-        m.in.push_back(s >= std::clamp(threshold, 1, 255));
-    return m;
-}
-
-// Regions of samples equal to `inside`, joined through 4 or 8 neighbours;
-// `holesOnly` leaves out the regions that touch the border.
-int CountRegions(const Mask& m, bool inside, bool eight, bool holesOnly)
-{
-    std::vector<bool> seen(m.in.size());
-    int regions = 0;
-    for (int start = 0; start < int(m.in.size()); ++start) {
-        if (m.in[start] != inside || seen[start])
-            continue;
-        bool border = false;
-        std::vector<int> stack{start};
-        seen[start] = true;
-        while (!stack.empty()) {
-            const int x = stack.back() % m.width, y = stack.back() / m.width;
-            stack.pop_back();
-            border |= x == 0 || y == 0 || x == m.width - 1 || y == m.height - 1;
-            for (int dy = -1; dy <= 1; ++dy)
-                for (int dx = -1; dx <= 1; ++dx) {
-                    const int nx = x + dx, ny = y + dy, n = ny * m.width + nx;
-                    if ((eight || dx == 0 || dy == 0) && nx >= 0 && ny >= 0 && nx < m.width &&
-                        ny < m.height && m.in[n] == inside && !seen[n]) {
-                        seen[n] = true;
-                        stack.push_back(n);
-                    }
-                }
-        }
-        regions += !(holesOnly && border);
-    }
-    return regions;
-}
 
 using Edge = std::tuple<int, int, int, int>; // from x, y, to x, y
 
@@ -129,143 +120,74 @@ std::multiset<Edge> BoundaryEdges(const Mask& m)
     return edges;
 }
 
-void ExpectValidOutline(const Mask& m, const std::vector<Loop>& loops, const std::string& what)
+// Traces `samples` and checks every rule of the outline against the mask;
+// returns the loops for further checks.
+std::vector<Loop> ExpectValidOutline(const Ints& samples, int width, int height, int threshold)
 {
-    SCOPED_TRACE(what);
+    const Mask m(samples, width, height, threshold);
+    const std::vector<Loop> loops = Loops(Trace(samples, width, height, threshold));
     long long area2 = 0;
     int positive = 0, negative = 0;
     std::multiset<Edge> traced;
-    std::pair<int, int> previousStart{-1, -1};
+    Point previousStart{-1, -1};
     for (const Loop& loop : loops) {
-        const auto start = std::min_element(loop.begin(), loop.end(), [](Point a, Point b) {
-            return std::tie(a.y, a.x) < std::tie(b.y, b.x);
-        });
-        EXPECT_EQ(start, loop.begin()) << "the smallest corner comes first";
-        EXPECT_LT(previousStart, std::make_pair(start->y, start->x)) << "loops out of order";
-        previousStart = {start->y, start->x};
+        const auto yx = [](Point p) { return Point{p.second, p.first}; };
+        const Point start = yx(loop[0]);
+        EXPECT_TRUE(std::all_of(loop.begin(), loop.end(), [&](Point p) { return start <= yx(p); }))
+            << "the smallest corner comes first";
+        EXPECT_LT(previousStart, start) << "loops out of order";
+        previousStart = start;
         for (size_t i = 0; i < loop.size(); ++i) {
-            const Point a = loop[i], b = loop[(i + 1) % loop.size()];
-            const Point c = loop[(i + 2) % loop.size()];
-            ASSERT_TRUE((a.x == b.x) != (a.y == b.y)) << "not axis-aligned at " << i;
-            EXPECT_NE(a.x == b.x, b.x == c.x) << "no turn at " << (i + 1) % loop.size();
-            const int sx = (b.x > a.x) - (b.x < a.x), sy = (b.y > a.y) - (b.y < a.y);
-            for (int x = a.x, y = a.y; x != b.x || y != b.y; x += sx, y += sy)
+            const Point a = loop[i], b = loop[(i + 1) % loop.size()],
+                        c = loop[(i + 2) % loop.size()];
+            EXPECT_TRUE((a.first == b.first) != (a.second == b.second))
+                << "not axis-aligned at " << i;
+            EXPECT_NE(a.first == b.first, b.first == c.first) << "no turn after " << i;
+            const int sx = (b.first > a.first) - (b.first < a.first);
+            const int sy = (b.second > a.second) - (b.second < a.second);
+            for (int x = a.first, y = a.second; (x != b.first || y != b.second) && (sx || sy);
+                 x += sx, y += sy)
                 traced.insert(Edge{x, y, x + sx, y + sy});
         }
         area2 += TwiceArea(loop);
         ++(TwiceArea(loop) > 0 ? positive : negative);
     }
     EXPECT_EQ(area2, 2 * std::count(m.in.begin(), m.in.end(), true));
-    EXPECT_EQ(positive, CountRegions(m, true, true, false));
-    EXPECT_EQ(negative, CountRegions(m, false, false, true));
+    EXPECT_EQ(positive, m.Regions(true, true, false));
+    EXPECT_EQ(negative, m.Regions(false, false, true));
     EXPECT_TRUE(traced == BoundaryEdges(m)) << "the loops do not cover the boundary once";
+    return loops;
 }
 
 TEST(Contour, WorkedShapesGiveExactLoops)
 {
-    EXPECT_EQ(Trace({9}, 1, 1, 1), (Ints{1, 4, 0, 0, 1, 0, 1, 1, 0, 1}));
     Ints block(20, 0); // 3x2 inside a 5x4 channel
     for (int i : {6, 7, 8, 11, 12, 13})
-        block[i] = 200;
-    EXPECT_EQ(Trace(block, 5, 4, 128), (Ints{1, 4, 1, 1, 4, 1, 4, 3, 1, 3}));
-    // A ring: the hole runs the other way, down first from its smallest corner.
-    EXPECT_EQ(Trace({1, 1, 1, 1, 0, 1, 1, 1, 1}, 3, 3, 1),
-              (Ints{2, 4, 0, 0, 3, 0, 3, 3, 0, 3, 4, 1, 1, 1, 2, 2, 2, 2, 1}));
-    // Diagonal neighbours stay one region through their shared corner.
-    EXPECT_EQ(Trace({5, 0, 0, 5}, 2, 2, 5),
-              (Ints{1, 8, 0, 0, 1, 0, 1, 1, 2, 1, 2, 2, 1, 2, 1, 1, 0, 1}));
-    EXPECT_EQ(Trace({0, 5, 5, 0}, 2, 2, 5),
-              (Ints{1, 8, 1, 0, 2, 0, 2, 1, 1, 1, 1, 2, 0, 2, 0, 1, 1, 1}));
-    // Thresholds clamp to 1..255; nothing inside is no loops, not a failure.
-    EXPECT_EQ(Trace({0, 0, 0, 0}, 2, 2, -7), (Ints{0}));
-    EXPECT_EQ(Trace({0, 1, 0, 0}, 2, 2, -7), (Ints{1, 4, 1, 0, 2, 0, 2, 1, 1, 1}));
-    EXPECT_EQ(Trace({254, 0, 0, 255}, 2, 2, 999), (Ints{1, 4, 1, 1, 2, 1, 2, 2, 1, 2}));
-}
+        block[size_t(i)] = 200;
+    const struct {
+        Ints samples;
+        int width, height, threshold;
+        Ints flat;
+    } cases[] = {
+        {{9}, 1, 1, 1, {1, 4, 0, 0, 1, 0, 1, 1, 0, 1}},
+        {block, 5, 4, 128, {1, 4, 1, 1, 4, 1, 4, 3, 1, 3}},
+        // A ring: the hole runs the other way, down first from its smallest corner.
+        {{1, 1, 1, 1, 0, 1, 1, 1, 1},
+         3,
+         3,
+         1,
+         {2, 4, 0, 0, 3, 0, 3, 3, 0, 3, 4, 1, 1, 1, 2, 2, 2, 2, 1}},
+        // Diagonal neighbours stay one region through their shared corner.
+        {{5, 0, 0, 5}, 2, 2, 5, {1, 8, 0, 0, 1, 0, 1, 1, 2, 1, 2, 2, 1, 2, 1, 1, 0, 1}},
+        {{0, 5, 5, 0}, 2, 2, 5, {1, 8, 1, 0, 2, 0, 2, 1, 1, 1, 1, 2, 0, 2, 0, 1, 1, 1}},
+        // Thresholds clamp to 1..255; nothing inside is no loops, not a failure.
+        {{0, 0, 0, 0}, 2, 2, -7, {0}},
+        {{0, 1, 0, 0}, 2, 2, -7, {1, 4, 1, 0, 2, 0, 2, 1, 1, 1}},
+        {{254, 0, 0, 255}, 2, 2, 999, {1, 4, 1, 1, 2, 1, 2, 2, 1, 2}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Trace(c.samples, c.width, c.height, c.threshold), c.flat);
 
-TEST(Contour, CheckerboardAndGlyphFollowTheConnectivityRules)
-{
-    for (int size : {2, 3, 4, 7, 8}) {
-        Ints board;
-        for (int i = 0; i < size * size; ++i)
-            board.push_back((i / size + i % size) & 1 ? 0 : 255);
-        const auto loops = Loops(Trace(board, size, size, 128));
-        ExpectValidOutline(MaskOf(board, size, size, 128), loops, std::to_string(size));
-        EXPECT_EQ(std::count_if(loops.begin(), loops.end(),
-                                [](const Loop& l) { return TwiceArea(l) > 0; }),
-                  1);
-    }
-    const char* glyph = "#####.."
-                        "#....#."
-                        "#....#."
-                        "#####.."
-                        "#....#."
-                        "#....#."
-                        "#####.."
-                        "......."
-                        "......#";
-    Ints samples;
-    for (const char* p = glyph; *p; ++p)
-        samples.push_back(*p == '#' ? 255 : 0);
-    const auto loops = Loops(Trace(samples, 7, 9, 128));
-    ExpectValidOutline(MaskOf(samples, 7, 9, 128), loops, "glyph");
-    ASSERT_EQ(loops.size(), 4u); // outline, two counters, the lone dot
-    EXPECT_LT(TwiceArea(loops[1]), 0);
-    EXPECT_LT(TwiceArea(loops[2]), 0);
-    EXPECT_EQ(TwiceArea(loops[3]), 2);
-}
-
-TEST(Contour, RandomChannelsOfManySizesAndDensities)
-{
-    std::mt19937 rng(20240611);
-    for (int trial = 0; trial < 600 && !HasFailure(); ++trial) {
-        const int limit = trial < 300 ? 6 : 48;
-        const int width = 1 + int(rng() % limit), height = 1 + int(rng() % limit);
-        const int density = int(rng() % 101); // percent of samples at 128 or more
-        Ints samples(size_t(width) * height);
-        for (int& s : samples)
-            s = int(rng() % 100) < density ? 128 + int(rng() % 128) : int(rng() % 128);
-        const int threshold = 127 + int(rng() % 3);
-        ExpectValidOutline(MaskOf(samples, width, height, threshold),
-                           Loops(Trace(samples, width, height, threshold)),
-                           "trial " + std::to_string(trial));
-    }
-}
-
-TEST(Contour, PitchesAndClippedViewsTraceTheirOwnSamples)
-{
-    std::mt19937 rng(7);
-    const int width = 23, height = 17, pitch = width + 5;
-    Ints samples(size_t(width) * height);
-    for (int& s : samples)
-        s = int(rng() % 2) * 255;
-    const Ints expected = Trace(samples, width, height, 1);
-
-    // Bottom-up rows, walked with a negative pitch.
-    std::vector<unsigned char> flipped(size_t(pitch) * height, 0xEE);
-    for (int i = 0; i < width * height; ++i)
-        flipped[size_t(height - 1 - i / width) * pitch + i % width] = (unsigned char)samples[i];
-    EXPECT_EQ(Flat(CreateContourFromChannelAccess(flipped.data() + size_t(height - 1) * pitch,
-                                                  width, height, -pitch, 1)),
-              expected);
-
-    // The same samples framed by inside ones, seen through a clipped view.
-    Channel* parent = CreateChannel(width + 6, height + 4);
-    FillChannel(parent, 255);
-    for (int i = 0; i < width * height; ++i)
-        parent->data[(i / width + 3) * parent->rowBytes + i % width + 2] =
-            (unsigned char)samples[i];
-    Channel* view = CreateClippedChannel(parent);
-    ClipChannel(view, 2 + width, 3 + height, 2, 3);
-    EXPECT_EQ(Flat(CreateContourFromChannel(view, 1)), expected);
-
-    ClipChannel(view, width + 7, 0, width + 9, 5); // past the right edge: empty
-    EXPECT_EQ(CreateContourFromChannel(view, 1), nullptr);
-    DeleteChannel(view);
-    DeleteChannel(parent);
-}
-
-TEST(Contour, BadArgumentsGiveNull)
-{
     unsigned char one = 1;
     int length = 99;
     EXPECT_EQ(GetContourData(nullptr, &length), nullptr);
@@ -278,6 +200,71 @@ TEST(Contour, BadArgumentsGiveNull)
     EXPECT_EQ(CreateContourFromChannel(noData, 1), nullptr);
     DeleteChannel(noData);
     DeleteContour(nullptr);
+}
+
+TEST(Contour, CheckerboardAndGlyphFollowTheConnectivityRules)
+{
+    for (int size : {2, 3, 4, 7, 8}) {
+        Ints board;
+        for (int i = 0; i < size * size; ++i)
+            board.push_back((i / size + i % size) & 1 ? 0 : 255);
+        const auto loops = ExpectValidOutline(board, size, size, 128);
+        EXPECT_EQ(
+            std::count_if(loops.begin(), loops.end(), [](auto& l) { return TwiceArea(l) > 0; }), 1);
+    }
+    const std::string glyph = "#####..#....#.#....#.#####..#....#.#....#.#####...............#";
+    Ints samples;
+    for (char c : glyph)
+        samples.push_back(c == '#' ? 255 : 0);
+    const auto loops = ExpectValidOutline(samples, 7, 9, 128);
+    ASSERT_EQ(loops.size(), 4u); // outline, two counters, the lone dot
+    EXPECT_LT(TwiceArea(loops[1]), 0);
+    EXPECT_LT(TwiceArea(loops[2]), 0);
+    EXPECT_EQ(TwiceArea(loops[3]), 2);
+}
+
+TEST(Contour, RandomChannelsOfManySizesAndDensities)
+{
+    support::Rng rng(20240611);
+    for (int trial = 0; trial < 600 && !HasFailure(); ++trial) {
+        const u32 limit = trial < 300 ? 6 : 48;
+        const int width = 1 + int(rng.Below(limit)), height = 1 + int(rng.Below(limit));
+        const u32 density = rng.Below(101); // percent of samples at 128 or more
+        Ints samples(size_t(width * height));
+        for (int& s : samples)
+            s = int(rng.Below(128) + (rng.Below(100) < density ? 128 : 0));
+        SCOPED_TRACE(trial);
+        ExpectValidOutline(samples, width, height, 127 + int(rng.Below(3)));
+    }
+}
+
+// Bottom-up rows walked with a negative pitch, and the same samples framed by
+// inside ones and seen through a clipped view, trace alike.
+TEST(Contour, PitchesAndClippedViewsTraceTheirOwnSamples)
+{
+    support::Rng rng(7);
+    const int width = 23, height = 17, pitch = width + 5;
+    std::vector<unsigned char> flipped(size_t(pitch * height), 0xEE);
+    Channel* parent = CreateChannel(width + 6, height + 4);
+    FillChannel(parent, 255);
+    Ints samples;
+    for (int i = 0; i < width * height; ++i) {
+        samples.push_back(int(rng.Below(2)) * 255);
+        const int x = i % width, y = i / width;
+        flipped[size_t((height - 1 - y) * pitch + x)] = (unsigned char)samples.back();
+        parent->data[(y + 3) * parent->rowBytes + x + 2] = (unsigned char)samples.back();
+    }
+    const Ints expected = Trace(samples, width, height, 1);
+    EXPECT_EQ(Flat(CreateContourFromChannelAccess(&flipped[size_t((height - 1) * pitch)], width,
+                                                  height, -pitch, 1)),
+              expected);
+    Channel* view = CreateClippedChannel(parent);
+    ClipChannel(view, 2 + width, 3 + height, 2, 3);
+    EXPECT_EQ(Flat(CreateContourFromChannel(view, 1)), expected);
+    ClipChannel(view, width + 7, 0, width + 9, 5); // past the right edge: empty
+    EXPECT_EQ(CreateContourFromChannel(view, 1), nullptr);
+    DeleteChannel(view);
+    DeleteChannel(parent);
 }
 
 } // namespace
