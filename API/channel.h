@@ -85,7 +85,9 @@ FLOWER_API void DeleteChannel(Channel* channel);
 FLOWER_API bool FillChannel(Channel* channel, i32 value);
 
 // Fills `destination` with `source` repeated in both directions, the source's
-// origin landing at (x, y). False for null channels or data, or an empty size.
+// origin landing at (x, y). False for null channels or data, a zero size, or a
+// source of no samples; true with nothing written for a destination of negative
+// size (a view beyond its parent's edge).
 FLOWER_API bool TileChannel(Channel* destination, Channel* source, i32 x, i32 y);
 
 // Sets every accessible pixel of the layer to `value`. False for a null layer;

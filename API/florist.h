@@ -204,8 +204,10 @@ FLOWER_API bool VerticalFlipLayer(Marrow::StubLayer* layer, bool update);
 FLOWER_API bool VerticalShiftLayer(Marrow::StubLayer* layer, int dy, bool update);
 FLOWER_API bool HorizontalShiftLayer(Marrow::StubLayer* layer, int dx, bool update);
 
-// Fills `dst` with copies of `tile` whose (0, 0) lands on (offsetX, offsetY)
-// modulo the tile size. A tile of zero size is the caller's error.
+// Fills `dst` with copies of `tile`: destination pixel (x, y) takes tile pixel
+// ((x + offsetX) mod width, (y + offsetY) mod height), so the tile's (0, 0)
+// lands on (-offsetX, -offsetY) modulo the tile size. False for a tile of
+// zero size.
 FLOWER_API bool TileLayer(Marrow::StubLayer* dst, Marrow::StubLayer* tile, int offsetX, int offsetY,
                           bool update);
 

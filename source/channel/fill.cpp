@@ -57,8 +57,13 @@ bool TileChannel(Channel* destination, Channel* source, i32 x, i32 y)
 {
     if (destination == nullptr || source == nullptr)
         return false;
-    if (!HasSamples(*destination) || !HasSamples(*source))
+    if (destination->data == nullptr || source->data == nullptr)
         return false;
+    if (destination->width == 0 || destination->height == 0 || !HasSamples(*source))
+        return false;
+    // A view beyond its parent's edge has a negative size: nothing to write.
+    if (destination->width < 0 || destination->height < 0)
+        return true;
     const i32 firstColumn = PositiveModulo(-std::int64_t(x), source->width);
     for (i32 r = 0; r < destination->height; ++r) {
         const i32 sourceRow = PositiveModulo(std::int64_t(r) - y, source->height);
