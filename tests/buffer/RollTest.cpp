@@ -124,7 +124,7 @@ Roll RandomRoll(support::Rng& rng)
 {
     Roll r{};
     r.width = rng.Pick({0, 1}, 1, 9);
-    r.height = rng.Pick({0, 1}, 1, 12);
+    r.height = rng.Pick({0, 1}, 1, 18);
     r.period = 1 + int(rng.Below(12));
     r.startLine = rng.Pick({r.period + 2, 2 - r.period, -3 * r.period - 1, 4 * r.period}, -40, 40);
     r.lineStep = rng.Pick({1}, 0, 3);
@@ -133,9 +133,9 @@ Roll RandomRoll(support::Rng& rng)
     const int h = r.height;
     const bool fades = rng.Below(3) != 0;
     r.topFadeEnd = fades ? rng.Pick({0, 1, h}, -2, h + 2) : 0;
-    r.topFadeWidth = rng.Pick({0, 1}, 0, h + 3);
+    r.topFadeWidth = rng.Pick({0, 1, 16}, 0, h + 3);
     r.bottomFadeStart = fades ? rng.Pick({-1, h - 1, h}, -2, h + 2) : h;
-    r.bottomFadeWidth = rng.Pick({0, 1}, 0, h + 3);
+    r.bottomFadeWidth = rng.Pick({0, 1, 16}, 0, h + 3);
     return r;
 }
 
