@@ -124,14 +124,23 @@ TEST_F(Layers, IntersectAccessCoversTheCommonPartAndKeepsBothAlive)
     EXPECT_EQ(Events(), (Strings{"free:20000", "free:19200"}));
 }
 
+// Refuses every access, so an intersect access fails after opening its second layer.
+struct RefusingLayer : BasicLayer {
+    using BasicLayer::BasicLayer;
+    void* AccessRegion(const LayerRegion&, u8*&, i32&) override { return nullptr; }
+};
+
 TEST_F(Layers, FailedIntersectAccessHoldsNothing)
 {
     Marrow::StubLayer* a = CountedLayer(10, 10);
     Marrow::StubLayer* b = CountedLayer(10, 10);
+    u8 pixels[400];
+    RefusingLayer refusing(pixels, 10, 10, 40, nullptr, nullptr);
     LayerIntersectAccess both = {};
     const LayerRegion miss = {20, 0, 5, 5}, empty = {0, 0, 0, 5};
     EXPECT_FALSE(BeginRegionIntersectAccessLayer(&both, a, b, &miss));
     EXPECT_FALSE(BeginRegionIntersectAccessLayer(&both, a, b, &empty));
+    EXPECT_FALSE(BeginIntersectAccessLayer(&both, &refusing, b));
     EXPECT_EQ(both.first.layer, nullptr);
     DeleteLayer(a);
     DeleteLayer(b);
