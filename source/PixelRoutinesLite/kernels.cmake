@@ -17,7 +17,9 @@ if(FLOWER_VECTOR_KERNELS AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd6
   endforeach()
   target_compile_definitions(flower_objects PRIVATE FLOWER_X86_KERNELS)
 else()
-  # Left out of the build: the selectors then offer the scalar sets alone.
+  # Left out of the build: the selectors then offer the scalar sets alone, and
+  # the tests (defined later, so they see this) expect no variant.
   set_source_files_properties(${KERNEL_VARIANT_SOURCES} TARGET_DIRECTORY flower_objects
                               PROPERTIES HEADER_FILE_ONLY ON)
+  add_compile_definitions(FLOWER_SCALAR_KERNELS_ONLY)
 endif()
