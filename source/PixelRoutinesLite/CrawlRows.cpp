@@ -14,27 +14,18 @@
 // for bit and are chosen beneath the CEE_ entries, once.
 #include "PixelRoutinesLite/CEE.h"
 #include "PixelRoutinesLite/CrawlKernels.h"
+#include "PixelRoutinesLite/PelIO.h"
 #include "inlinepelops.h"
 
 #include <cstdint>
-#include <cstring>
 
 namespace {
 
+using PelIO::LoadPel;
+using PelIO::StorePel;
+
 constexpr std::int64_t kLevelCeiling = 0x10000;
 constexpr u32 kRedBlue = 0x00FF00FFu;
-
-inline Pel LoadPel(const char* row, int index)
-{
-    Pel p;
-    std::memcpy(&p, row + std::ptrdiff_t(index) * 4, sizeof p);
-    return p;
-}
-
-inline void StorePel(char* row, int index, Pel p)
-{
-    std::memcpy(row + std::ptrdiff_t(index) * 4, &p, sizeof p);
-}
 
 inline std::int64_t NextLevel(std::int64_t level, int levelStep)
 {
