@@ -33,28 +33,6 @@ Pel WithAlpha(Pel p, u32 alpha)
     return (p & 0x00FFFFFFu) | (alpha & 0xFFu) << 24;
 }
 
-// The opacity composite after both alphas have been scaled; its test order
-// differs from CompositPel's on purpose (a transparent bottom wins over an
-// opaque top, with the same result).
-Pel CompositScaled(Pel top, Pel bottom, u32 topAlpha, u32 bottomAlpha)
-{
-    if (bottomAlpha == 0u || topAlpha == 255u)
-        return WithAlpha(top, topAlpha);
-    if (topAlpha == 0u)
-        return WithAlpha(bottom, bottomAlpha);
-    if (bottomAlpha == 255u) {
-        const u32 bw = 255u - topAlpha;
-        return MakePel(DivideBy255(PelBlue(top) * topAlpha + PelBlue(bottom) * bw),
-                       DivideBy255(PelGreen(top) * topAlpha + PelGreen(bottom) * bw),
-                       DivideBy255(PelRed(top) * topAlpha + PelRed(bottom) * bw), 255u);
-    }
-    const u32 bw = DivideBy255(bottomAlpha * (255u - topAlpha));
-    const u32 a = (bw + topAlpha) & 0xFFu;
-    return MakePel(AlphaDivide(PelBlue(top) * topAlpha + PelBlue(bottom) * bw, a),
-                   AlphaDivide(PelGreen(top) * topAlpha + PelGreen(bottom) * bw, a),
-                   AlphaDivide(PelRed(top) * topAlpha + PelRed(bottom) * bw, a), a);
-}
-
 // Colour = (Cb.eb + Ca.ea) / (ea + eb), alpha = (ea + eb) >> 8; all unsigned.
 Pel CrossFadePel(Pel a, Pel b, u32 weightA, u32 weightB)
 {
@@ -80,6 +58,17 @@ Pel ShapedCrossFadePel(Pel a, Pel b, u32 weightA, u32 weightB)
                    ShapedMix(PelGreen(a), PelGreen(b), weightA, weightB),
                    ShapedMix(PelRed(a), PelRed(b), weightA, weightB),
                    ShapedMix(PelAlpha(a), PelAlpha(b), weightA, weightB));
+}
+
+// Equal pels are their own mix at any weights, so they skip the arithmetic.
+template <class Mix>
+void CrossFadeRow(char* dst, const char* srcA, const char* srcB, int count, Mix mix)
+{
+    for (int i = 0; i < count; ++i) {
+        const Pel a = LoadPel(srcA, i);
+        const Pel b = LoadPel(srcB, i);
+        StorePel(dst, i, a == b ? a : mix(a, b));
+    }
 }
 
 } // namespace
@@ -121,7 +110,9 @@ int CEE_ScanlineCompositWithOpacity(char* dst, const char* bottom, const char* t
         const u32 topAlpha = static_cast<u32>(SignedScale(PelAlpha(t), topOpacity, 255)) & 0xFFu;
         const u32 bottomAlpha =
             static_cast<u32>(SignedScale(PelAlpha(b), bottomOpacity, 255)) & 0xFFu;
-        StorePel(dst, i, CompositScaled(t, b, topAlpha, bottomAlpha));
+        // With both alphas replaced, CompositPel's tests and roundings are this
+        // routine's: its sum ta + DivideBy255(ba * (255 - ta)) never passes 255.
+        StorePel(dst, i, CompositPel(WithAlpha(t, topAlpha), WithAlpha(b, bottomAlpha)));
     }
     return 1;
 }
@@ -131,11 +122,8 @@ int CEE_ScanlineCrossFade(char* dst, const char* srcA, const char* srcB, int cou
 {
     const u32 wa = static_cast<u32>(weightA);
     const u32 wb = static_cast<u32>(weightB);
-    for (int i = 0; i < count; ++i) {
-        const Pel a = LoadPel(srcA, i);
-        const Pel b = LoadPel(srcB, i);
-        StorePel(dst, i, a == b ? a : CrossFadePel(a, b, wa, wb));
-    }
+    CrossFadeRow(dst, srcA, srcB, count,
+                 [wa, wb](Pel a, Pel b) { return CrossFadePel(a, b, wa, wb); });
     return 1;
 }
 
@@ -144,11 +132,8 @@ int CEE_ScanlineShapedCrossFade(char* dst, const char* srcA, const char* srcB, i
 {
     const u32 wa = static_cast<u32>(weightA);
     const u32 wb = static_cast<u32>(weightB);
-    for (int i = 0; i < count; ++i) {
-        const Pel a = LoadPel(srcA, i);
-        const Pel b = LoadPel(srcB, i);
-        StorePel(dst, i, a == b ? a : ShapedCrossFadePel(a, b, wa, wb));
-    }
+    CrossFadeRow(dst, srcA, srcB, count,
+                 [wa, wb](Pel a, Pel b) { return ShapedCrossFadePel(a, b, wa, wb); });
     return 1;
 }
 
