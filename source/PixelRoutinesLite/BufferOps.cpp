@@ -24,16 +24,15 @@ enum class TimeSlice { Skip, AfterEachRow };
 // PostOp (also when no row ran).
 template <class RunRow> int ForEachRow(int width, int height, TimeSlice timeSlice, RunRow runRow)
 {
-    tagMMXState state{};
-    CallSlot(PreOp, &state);
-    if (width >= 1 && height >= 1) {
+    BufferTable::BetweenOpHooks([&](tagMMXState& state) {
+        if (width < 1 || height < 1)
+            return;
         for (int row = 0; row < height; ++row) {
             runRow(row);
             if (timeSlice == TimeSlice::AfterEachRow)
                 CallSlot(CheckTimeSlice, &state);
         }
-    }
-    CallSlot(PostOp, &state);
+    });
     return 1;
 }
 

@@ -40,6 +40,16 @@ template <class F, class... A> int CallSlotResult(int unselectedResult, F slot, 
     return slot(args...);
 }
 
+// The frame of every buffer operation: PreOp, `body(state)`, PostOp, with one
+// state shared by the hooks.
+template <class Body> void BetweenOpHooks(Body body)
+{
+    tagMMXState state{};
+    CallSlot(PreOp, &state);
+    body(state);
+    CallSlot(PostOp, &state);
+}
+
 } // namespace BufferTable
 
 #endif

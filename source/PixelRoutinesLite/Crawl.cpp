@@ -244,13 +244,12 @@ template <class Routines>
 int Crawl(const CrawlBuffers& b, int position, int fraction, int period, int leftEdge,
           int leftFadeWidth, int rightEdge, int rightFadeWidth)
 {
-    tagMMXState state{};
-    CallSlot(PreOp, &state);
-    // A period below 1 has no reduced position; such a call writes nothing.
-    if (b.dst != nullptr && b.width >= 1 && b.height >= 1 && period >= 1)
-        RunCrawl<Routines>(b, position, fraction, period,
-                           MakeSpan(leftEdge, leftFadeWidth, rightEdge, rightFadeWidth));
-    CallSlot(PostOp, &state);
+    BufferTable::BetweenOpHooks([&](tagMMXState&) {
+        // A period below 1 has no reduced position; such a call writes nothing.
+        if (b.dst != nullptr && b.width >= 1 && b.height >= 1 && period >= 1)
+            RunCrawl<Routines>(b, position, fraction, period,
+                               MakeSpan(leftEdge, leftFadeWidth, rightEdge, rightFadeWidth));
+    });
     return 1;
 }
 

@@ -10,13 +10,14 @@
 #include "PixelRoutinesLite/PelIO.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 namespace {
 
-using BufferTable::CallSlot;
+using BufferTable::BetweenOpHooks;
 using PelIO::LoadPel;
 using PelIO::StorePel;
 
@@ -96,7 +97,7 @@ void CopyRow(char* dst, const char* src, int width)
 }
 
 // The weights of the lines that feed one destination row, top line first.
-template <int N> struct LineWeights {
+template <std::size_t N> struct LineWeights {
     int w[N];
 
     // The scaled weights carry over to later rows: fades of successive rows
@@ -110,14 +111,15 @@ template <int N> struct LineWeights {
 
 // Colour = sum(C.e) / s and alpha = s >> 8 with e = A.w and s = sum(e), all
 // unsigned; 0 where s is 0. Lines are given top first.
-template <int N>
-void MixLines(char* dst, const char* const (&lines)[N], const LineWeights<N>& weights, int width)
+template <std::size_t N>
+void MixLines(char* dst, const std::array<const char*, N>& lines, const LineWeights<N>& weights,
+              int width)
 {
     for (int x = 0; x < width; ++x) {
         Pel p[N];
         u32 e[N];
         u32 s = 0;
-        for (int k = 0; k < N; ++k) {
+        for (std::size_t k = 0; k < N; ++k) {
             p[k] = LoadPel(lines[k], x);
             e[k] = PelAlpha(p[k]) * static_cast<u32>(weights.w[k]);
             s += e[k];
@@ -127,7 +129,7 @@ void MixLines(char* dst, const char* const (&lines)[N], const LineWeights<N>& we
             continue;
         }
         u32 sum[3] = {0, 0, 0};
-        for (int k = N - 1; k >= 0; --k) {
+        for (std::size_t k = N; k-- > 0;) {
             sum[0] += PelBlue(p[k]) * e[k];
             sum[1] += PelGreen(p[k]) * e[k];
             sum[2] += PelRed(p[k]) * e[k];
@@ -136,9 +138,19 @@ void MixLines(char* dst, const char* const (&lines)[N], const LineWeights<N>& we
     }
 }
 
-bool FadeApplies(int topFadeEnd, int bottomFadeStart, int height)
+// Mixes N source lines into every destination row, `linesAt(line)` naming them
+// top first. Without a zone inside the rows the weights stay as they start.
+template <std::size_t N, class LinesAt>
+void MixRolledRows(char* dst, int width, int height, int dstPitch, std::int64_t line, int lineStep,
+                   LineWeights<N> weights, const FadeZones& zones, LinesAt linesAt)
 {
-    return topFadeEnd > 0 || bottomFadeStart < height;
+    const bool fades = zones.topFadeEnd > 0 || zones.bottomFadeStart < height;
+    for (int row = 0; row < height; ++row) {
+        if (fades)
+            weights.Fade(EasedScale(zones.Factor(row)));
+        MixLines(DestRow(dst, row, dstPitch), linesAt(line), weights, width);
+        line += lineStep;
+    }
 }
 
 // (k, 256 - 2k, k) blur at fraction 0, two-line interpolation near 128; past
@@ -165,24 +177,23 @@ int CEE_RollCopyData(char* dst, const char* src, int width, int height, int dstP
 {
     if (dst == nullptr || period < 1)
         return 0;
-    tagMMXState state{};
-    CallSlot(PreOp, &state);
-    std::int64_t line = ReduceLine(startLine, period);
     const FadeZones zones{topFadeEnd, topFadeWidth, bottomFadeStart, bottomFadeWidth,
                           ZoneEdge::Strict};
-    for (int row = 0; row < height; ++row) {
-        line = ReduceLine(line, period);
-        char* out = DestRow(dst, row, dstPitch);
-        const char* in = SourceLine(src, line, srcPitch);
-        const int fade = zones.Factor(row);
-        // (256 - F)^2 < 256 leaves every alpha as it is.
-        if (Squared256Complement(fade) < 256u)
-            CopyRow(out, in, width);
-        else
-            CopyRowScaledAlpha(out, in, width, EasedScale(fade));
-        line += lineStep;
-    }
-    CallSlot(PostOp, &state);
+    BetweenOpHooks([&](tagMMXState&) {
+        std::int64_t line = startLine;
+        for (int row = 0; row < height; ++row) {
+            line = ReduceLine(line, period);
+            char* out = DestRow(dst, row, dstPitch);
+            const char* in = SourceLine(src, line, srcPitch);
+            const int fade = zones.Factor(row);
+            // (256 - F)^2 < 256 leaves every alpha as it is.
+            if (Squared256Complement(fade) < 256u)
+                CopyRow(out, in, width);
+            else
+                CopyRowScaledAlpha(out, in, width, EasedScale(fade));
+            line += lineStep;
+        }
+    });
     return 1;
 }
 
@@ -193,25 +204,18 @@ int CEE_RollBlitDataSubPix(char* dst, const char* src, int width, int height, in
 {
     if (period < 1)
         return 0;
-    tagMMXState state{};
-    CallSlot(PreOp, &state);
     std::int64_t line = ReduceLine(startLine, period);
-    LineWeights<3> weights = FilterWeights(fraction, filterStrength, line);
-    const bool fades = FadeApplies(topFadeEnd, bottomFadeStart, height);
+    const LineWeights<3> weights = FilterWeights(fraction, filterStrength, line);
     const FadeZones zones{topFadeEnd, topFadeWidth, bottomFadeStart, bottomFadeWidth,
                           ZoneEdge::Inclusive};
-    for (int row = 0; row < height; ++row) {
-        if (fades)
-            weights.Fade(EasedScale(zones.Factor(row)));
-        const char* const lines[3] = {
-            SourceLine(src, (period - 1 + line) % period, srcPitch),
-            SourceLine(src, line % period, srcPitch),
-            SourceLine(src, (line + 1) % period, srcPitch),
-        };
-        MixLines(DestRow(dst, row, dstPitch), lines, weights, width);
-        line += lineStep;
-    }
-    CallSlot(PostOp, &state);
+    const auto linesAt = [&](std::int64_t l) {
+        return std::array<const char*, 3>{SourceLine(src, (period - 1 + l) % period, srcPitch),
+                                          SourceLine(src, l % period, srcPitch),
+                                          SourceLine(src, (l + 1) % period, srcPitch)};
+    };
+    BetweenOpHooks([&](tagMMXState&) {
+        MixRolledRows(dst, width, height, dstPitch, line, lineStep, weights, zones, linesAt);
+    });
     return 1;
 }
 
@@ -222,26 +226,21 @@ int CEE_RollBlitDataSubPixNoFilter(char* dst, const char* src, int width, int he
 {
     if (period < 1)
         return 0;
-    tagMMXState state{};
-    CallSlot(PreOp, &state);
-    std::int64_t line = ReduceLine(startLine, period);
-    LineWeights<2> weights{{static_cast<int>(256 - std::int64_t(fraction)), fraction}};
-    const bool fades = FadeApplies(topFadeEnd, bottomFadeStart, height);
+    const LineWeights<2> weights{{static_cast<int>(256 - std::int64_t(fraction)), fraction}};
     const FadeZones zones{topFadeEnd, topFadeWidth, bottomFadeStart, bottomFadeWidth,
                           ZoneEdge::Inclusive};
     // This routine's source pitch is four times the byte pitch, so a line's
     // byte offset is (lineIndex * srcPitch) / 4.
-    const auto sourceLine = [&](std::int64_t lineIndex) {
+    const auto lineAt = [&](std::int64_t lineIndex) {
         return src + static_cast<std::ptrdiff_t>(lineIndex * srcPitch / 4);
     };
-    for (int row = 0; row < height; ++row) {
-        if (fades)
-            weights.Fade(EasedScale(zones.Factor(row)));
-        const char* const lines[2] = {sourceLine(line % period), sourceLine((line + 1) % period)};
-        MixLines(DestRow(dst, row, dstPitch), lines, weights, width);
-        line += lineStep;
-    }
-    CallSlot(PostOp, &state);
+    const auto linesAt = [&](std::int64_t l) {
+        return std::array<const char*, 2>{lineAt(l % period), lineAt((l + 1) % period)};
+    };
+    BetweenOpHooks([&](tagMMXState&) {
+        MixRolledRows(dst, width, height, dstPitch, ReduceLine(startLine, period), lineStep,
+                      weights, zones, linesAt);
+    });
     return 1;
 }
 
