@@ -79,6 +79,19 @@ inline bool HoldsRow(const LayerAccess& a, i32 y)
            std::ptrdiff_t(y) < std::ptrdiff_t(a.region.y) + a.region.height;
 }
 
+// Runs `rows(access)` over the whole of `layer`, then notifies if `update`
+// asks; false, with nothing run, when the layer cannot be accessed.
+template <class Rows> bool RewriteLayer(Marrow::StubLayer* layer, bool update, Rows rows)
+{
+    ScopedAccess a;
+    if (!a.Begin(layer))
+        return false;
+    rows(*a);
+    if (update)
+        a.Notify();
+    return true;
+}
+
 // Writes one row of `dst` (its row y) from row `srcRow` of `src`, which sits at
 // the same columns: columns left and right of the source are cleared, the
 // overlap copied. A null srcRow clears the whole row.

@@ -6,8 +6,8 @@
 #include "stem.h"
 
 using Florist::i64;
+using Florist::RewriteLayer;
 using Florist::RowAt;
-using Florist::ScopedAccess;
 
 extern "C" {
 
@@ -17,56 +17,44 @@ bool VerticalShiftLayer(Marrow::StubLayer* layer, int dy, bool update)
 {
     if (!layer || dy == 0)
         return false;
-    ScopedAccess a;
-    if (!a.Begin(layer))
-        return false;
-    const CopyScanlineRoutine copy = GetCopyScanline();
-    const ClearScanlineRoutine clear = GetClearScanline();
-    const i64 top = a->region.y;
-    const i64 height = a->region.height;
-    const i32 width = a->region.width;
-    for (i64 i = 0; i < height; ++i) {
-        const i64 y = dy > 0 ? top + height - 1 - i : top + i;
-        const i64 from = y - dy;
-        Pel* row = RowAt(*a, i32(y));
-        if (from >= top && from < top + height)
-            copy(row, RowAt(*a, i32(from)), width);
-        else
-            clear(row, width);
-    }
-    if (update)
-        a.Notify();
-    return true;
+    return RewriteLayer(layer, update, [dy](const LayerAccess& a) {
+        const CopyScanlineRoutine copy = GetCopyScanline();
+        const ClearScanlineRoutine clear = GetClearScanline();
+        const i64 top = a.region.y;
+        const i64 height = a.region.height;
+        for (i64 i = 0; i < height; ++i) {
+            const i64 y = dy > 0 ? top + height - 1 - i : top + i;
+            const i64 from = y - dy;
+            Pel* row = RowAt(a, i32(y));
+            if (from >= top && from < top + height)
+                copy(row, RowAt(a, i32(from)), a.region.width);
+            else
+                clear(row, a.region.width);
+        }
+    });
 }
 
 bool HorizontalShiftLayer(Marrow::StubLayer* layer, int dx, bool update)
 {
     if (!layer || dx == 0)
         return false;
-    ScopedAccess a;
-    if (!a.Begin(layer))
-        return false;
-    const MoveScanlineRoutine move = GetMoveScanline();
-    const ClearScanlineRoutine clear = GetClearScanline();
-    const i64 width = a->region.width;
-    const i64 n = dx < 0 ? -i64(dx) : i64(dx);
-    const i64 keep = std::max<i64>(width - n, 0);
-    const i64 cleared = width - keep;
-    for (i32 i = 0; i < a->region.height; ++i) {
-        Pel* row = RowAt(*a, a->region.y + i);
-        if (dx < 0) {
+    return RewriteLayer(layer, update, [dx](const LayerAccess& a) {
+        const MoveScanlineRoutine move = GetMoveScanline();
+        const ClearScanlineRoutine clear = GetClearScanline();
+        const i64 n = dx < 0 ? -i64(dx) : i64(dx);
+        const i64 keep = std::max<i64>(i64(a.region.width) - n, 0);
+        const i64 cleared = a.region.width - keep;
+        // Kept pels slide towards the travel; the uncovered end is cleared.
+        const i64 keptFrom = dx < 0 ? n : 0;
+        const i64 keptTo = dx < 0 ? 0 : cleared;
+        const i64 clearedFrom = dx < 0 ? keep : 0;
+        for (i32 i = 0; i < a.region.height; ++i) {
+            Pel* row = RowAt(a, a.region.y + i);
             if (keep > 0)
-                move(row, row + n, int(keep));
-            clear(row + keep, int(cleared));
-        } else {
-            if (keep > 0)
-                move(row + cleared, row, int(keep));
-            clear(row, int(cleared));
+                move(row + keptTo, row + keptFrom, int(keep));
+            clear(row + clearedFrom, int(cleared));
         }
-    }
-    if (update)
-        a.Notify();
-    return true;
+    });
 }
 
 } // extern "C"
