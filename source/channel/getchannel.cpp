@@ -80,26 +80,34 @@ bool GetChannel(Channel* channel, Marrow::StubLayer* layer, i32 which)
     return true;
 }
 
+namespace {
+
+// The single-channel forms report success even where GetChannel refuses, and
+// leave the channel as GetChannel left it.
+bool GetChannelAlwaysTrue(Channel* channel, Marrow::StubLayer* layer, i32 which)
+{
+    GetChannel(channel, layer, which);
+    return true;
+}
+
+} // namespace
+
 bool GetBlueChannel(Channel* channel, Marrow::StubLayer* layer)
 {
-    GetChannel(channel, layer, kBlue);
-    return true;
+    return GetChannelAlwaysTrue(channel, layer, kBlue);
 }
 
 bool GetGreenChannel(Channel* channel, Marrow::StubLayer* layer)
 {
-    GetChannel(channel, layer, kGreen);
-    return true;
+    return GetChannelAlwaysTrue(channel, layer, kGreen);
 }
 
 bool GetRedChannel(Channel* channel, Marrow::StubLayer* layer)
 {
-    GetChannel(channel, layer, kRed);
-    return true;
+    return GetChannelAlwaysTrue(channel, layer, kRed);
 }
 
 bool GetAlphaChannel(Channel* channel, Marrow::StubLayer* layer)
 {
-    GetChannel(channel, layer, kAlpha);
-    return true;
+    return GetChannelAlwaysTrue(channel, layer, kAlpha);
 }
