@@ -350,26 +350,21 @@ void Stem::ReverseCompositScanline(Pel* dst, const Pel* composite, const Pel* bo
 void Stem::CompositWithTopOpacityScanline(Pel* dst, const Pel* top, const Pel* bottom, int count,
                                           unsigned char opacity)
 {
-    if (opacity == 255)
-        return Stem::CompositScanline(dst, top, bottom, count);
-    const u32 o = opacity;
-    ZipRows(dst, top, bottom, count,
-            [o](Pel t, Pel b) { return CompositPel(FadePelAlpha(t, o), b); });
+    Stem::CompositWithOpacityScanline(dst, top, bottom, count, opacity, 255);
 }
 
 void Stem::CompositWithBottomOpacityScanline(Pel* dst, const Pel* top, const Pel* bottom, int count,
                                              unsigned char opacity)
 {
-    if (opacity == 255)
-        return Stem::CompositScanline(dst, top, bottom, count);
-    const u32 o = opacity;
-    ZipRows(dst, top, bottom, count,
-            [o](Pel t, Pel b) { return CompositPel(t, FadePelAlpha(b, o)); });
+    Stem::CompositWithOpacityScanline(dst, top, bottom, count, 255, opacity);
 }
 
+// Full opacities are the plain composite, which has the fastest kernels.
 void Stem::CompositWithOpacityScanline(Pel* dst, const Pel* top, const Pel* bottom, int count,
                                        unsigned char topOpacity, unsigned char bottomOpacity)
 {
+    if (topOpacity == 255 && bottomOpacity == 255)
+        return Stem::CompositScanline(dst, top, bottom, count);
     const u32 to = topOpacity, bo = bottomOpacity;
     ZipRows(dst, top, bottom, count,
             [to, bo](Pel t, Pel b) { return CompositPelWithOpacity(t, b, to, bo); });
