@@ -5,6 +5,8 @@
 
 #include "inlinepelops.h"
 
+#include <cstddef>
+
 namespace {
 
 // The reference is CompositPel itself, pel by pel: the vector sets are proven
@@ -18,6 +20,13 @@ void CompositRow(char* dst, const char* bottom, const char* top, int count)
 } // namespace
 
 const Kernels::CompositSet Kernels::kCompositScalar = {"scalar", CompositRow};
+
+void Kernels::CompositScalarTail(char* dst, const char* bottom, const char* top, int first,
+                                 int count)
+{
+    const std::ptrdiff_t done = std::ptrdiff_t(first) * 4;
+    CompositRow(dst + done, bottom + done, top + done, count - first);
+}
 
 int Kernels::RunnableCompositSets(const CompositSet* out[3])
 {

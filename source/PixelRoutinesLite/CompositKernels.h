@@ -14,6 +14,10 @@ struct CompositSet {
 
 extern const CompositSet kCompositScalar, kCompositSSE2, kCompositAVX2;
 
+// The scalar reference on pels first..count-1: the tail of every vector set,
+// so a set's last few pels cannot drift from the reference.
+void CompositScalarTail(char* dst, const char* bottom, const char* top, int first, int count);
+
 // Fills `out` with the sets this build holds and this CPU runs, scalar first and
 // best last; returns how many.
 int RunnableCompositSets(const CompositSet* out[3]);

@@ -112,11 +112,11 @@ __m256i Composit8(__m256i top, __m256i bottom)
     const __m256i ba = _mm256_srli_epi32(bottom, 24);
     const __m256i takeTop =
         _mm256_or_si256(_mm256_cmpeq_epi32(ta, full), _mm256_cmpeq_epi32(ba, zero));
-    if (All(takeTop))
+    if (All(takeTop)) // opaque text, and clear over clear
         return top;
     const __m256i plain = Select(takeTop, top, bottom);
     const __m256i unchanged = _mm256_or_si256(takeTop, _mm256_cmpeq_epi32(ta, zero));
-    if (All(unchanged))
+    if (All(unchanged)) // gaps between glyphs over a picture
         return plain;
     const __m256i onOpaque = _mm256_cmpeq_epi32(ba, full);
     __m256i mixed = BlendOnOpaque8(top, bottom);
@@ -130,9 +130,7 @@ void CompositRow(char* dst, const char* bottom, const char* top, int count)
     int i = 0;
     for (; i + 8 <= count; i += 8)
         Store8(dst, i, Composit8(Load8(top, i), Load8(bottom, i)));
-    // The tail is the reference itself, so it cannot drift from it.
-    const std::ptrdiff_t done = std::ptrdiff_t(i) * 4;
-    Kernels::kCompositScalar.composit(dst + done, bottom + done, top + done, count - i);
+    Kernels::CompositScalarTail(dst, bottom, top, i, count);
 }
 
 } // namespace

@@ -133,9 +133,7 @@ void CompositRow(char* dst, const char* bottom, const char* top, int count)
     int i = 0;
     for (; i + 4 <= count; i += 4)
         Store4(dst, i, Composit4(Load4(top, i), Load4(bottom, i)));
-    // The tail is the reference itself, so it cannot drift from it.
-    const std::ptrdiff_t done = std::ptrdiff_t(i) * 4;
-    Kernels::kCompositScalar.composit(dst + done, bottom + done, top + done, count - i);
+    Kernels::CompositScalarTail(dst, bottom, top, i, count);
 }
 
 } // namespace
