@@ -11,6 +11,7 @@
 #include "PixelRoutinesLite/CEE.h"
 #include "PixelRoutinesLite/CompositKernels.h"
 #include "PixelRoutinesLite/PelIO.h"
+#include "PixelRoutinesLite/PelMix.h"
 
 #include <cstring>
 
@@ -31,19 +32,6 @@ int SignedScale(u32 x, int factor, int divisor)
 Pel WithAlpha(Pel p, u32 alpha)
 {
     return (p & 0x00FFFFFFu) | (alpha & 0xFFu) << 24;
-}
-
-// Colour = (Cb.eb + Ca.ea) / (ea + eb), alpha = (ea + eb) >> 8; all unsigned.
-Pel CrossFadePel(Pel a, Pel b, u32 weightA, u32 weightB)
-{
-    const u32 ea = PelAlpha(a) * weightA;
-    const u32 eb = PelAlpha(b) * weightB;
-    const u32 s = ea + eb;
-    if (s == 0u)
-        return 0u;
-    return MakePel((PelBlue(b) * eb + PelBlue(a) * ea) / s,
-                   (PelGreen(b) * eb + PelGreen(a) * ea) / s, (PelRed(b) * eb + PelRed(a) * ea) / s,
-                   s >> 8);
 }
 
 // X = (Xb.wb + Xa.wa) / 256 on all four channels, signed and truncating.
@@ -123,7 +111,7 @@ int CEE_ScanlineCrossFade(char* dst, const char* srcA, const char* srcB, int cou
     const u32 wa = static_cast<u32>(weightA);
     const u32 wb = static_cast<u32>(weightB);
     CrossFadeRow(dst, srcA, srcB, count,
-                 [wa, wb](Pel a, Pel b) { return CrossFadePel(a, b, wa, wb); });
+                 [wa, wb](Pel a, Pel b) { return AlphaWeightedMix(a, b, wa, wb); });
     return 1;
 }
 

@@ -15,6 +15,7 @@
 #include "PixelRoutinesLite/CEE.h"
 #include "PixelRoutinesLite/CrawlKernels.h"
 #include "PixelRoutinesLite/PelIO.h"
+#include "PixelRoutinesLite/PelMix.h"
 #include "inlinepelops.h"
 
 #include <cstdint>
@@ -65,19 +66,6 @@ inline Pel LerpPel(Pel p0, Pel p1, u32 w0, u32 w1)
     return redBlue | alphaGreen;
 }
 
-// The straight filter exactly as stated, in wrapping unsigned arithmetic, for any fraction.
-inline Pel StraightFilterGeneral(Pel s0, Pel s1, u32 w0, u32 w1)
-{
-    const u32 e0 = PelAlpha(s0) * w0;
-    const u32 e1 = PelAlpha(s1) * w1;
-    const u32 sum = e0 + e1;
-    if (sum == 0u)
-        return 0u;
-    return MakePel((PelBlue(s1) * e1 + PelBlue(s0) * e0) / sum,
-                   (PelGreen(s1) * e1 + PelGreen(s0) * e0) / sum,
-                   (PelRed(s1) * e1 + PelRed(s0) * e0) / sum, sum >> 8);
-}
-
 // With equal alphas a the filter is a*N / (256*a), which is N / 256 exactly: the common
 // case inside glyphs and in the clear gaps between them costs no division. Needs an
 // in-range fraction, where nothing wraps.
@@ -86,7 +74,7 @@ inline Pel StraightFilter(Pel s0, Pel s1, u32 w0, u32 w1)
     const u32 a0 = PelAlpha(s0);
     if (a0 == PelAlpha(s1))
         return a0 == 0u ? 0u : LerpPel(s0, s1, w0, w1);
-    return StraightFilterGeneral(s0, s1, w0, w1);
+    return AlphaWeightedMix(s0, s1, w0, w1);
 }
 
 inline u32 ShapedChannel(u32 x0, u32 x1, std::int64_t wCur, std::int64_t wNext)
@@ -138,7 +126,7 @@ template <class Body> void WithStraightFilter(int fraction, Body body)
     if (FractionInRange(fraction))
         body([w0, w1](Pel s0, Pel s1) { return StraightFilter(s0, s1, w0, w1); });
     else
-        body([w0, w1](Pel s0, Pel s1) { return StraightFilterGeneral(s0, s1, w0, w1); });
+        body([w0, w1](Pel s0, Pel s1) { return AlphaWeightedMix(s0, s1, w0, w1); });
 }
 
 // The shaped filter with weights wCur for the current pixel and wNext for the next one.
