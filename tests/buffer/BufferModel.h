@@ -1,14 +1,8 @@
-// The buffer routines' own formulas, on top of the pel model, and raw buffers
-// with awkward pitches to run them on.
+// The buffer routines' own formulas, on top of the pel model.
 #ifndef FLOWER_TESTS_BUFFERMODEL_H
 #define FLOWER_TESTS_BUFFERMODEL_H
 
 #include "support/PelModel.h"
-#include "support/Rng.h"
-
-#include <algorithm>
-#include <cstring>
-#include <vector>
 
 namespace model {
 
@@ -76,44 +70,6 @@ inline Pel PreMult(Pel p)
     return Pack(DivideBy255(u32(Ch(p, 0)) * a), DivideBy255(u32(Ch(p, 8)) * a),
                 DivideBy255(u32(Ch(p, 16)) * a), a);
 }
-
-// A rectangle of pels in raw memory: the pitch has some slack, is negative one
-// time in four, and the first pel is misaligned one time in two. Slack bytes
-// are random too and must survive every operation.
-struct Buffer {
-    std::vector<char> bytes;
-    std::size_t origin = 0;
-    int pitch = 0;
-
-    Buffer(support::Rng& rng, int width, int height)
-    {
-        const int lines = std::max(height, 1),
-                  span = std::max(width, 0) * 4 + int(rng.Below(3)) * 4;
-        const std::size_t misalign = rng.Below(2) ? 1 + rng.Below(3) : 0;
-        bytes.resize(std::size_t(span) * std::size_t(lines) + misalign + 4);
-        for (char& c : bytes)
-            c = char(rng.Next());
-        const bool upwards = rng.Below(4) == 0;
-        pitch = upwards ? -span : span;
-        origin = misalign + (upwards ? std::size_t(lines - 1) * std::size_t(span) : 0);
-        for (int y = 0; y < height; ++y)
-            for (int x = 0; x < width; ++x)
-                Set(x, y, rng.Pel());
-    }
-    char* Base() { return bytes.data() + origin; }
-    const char* Base() const { return bytes.data() + origin; }
-    std::size_t Offset(int x, int y) const
-    {
-        return std::size_t(std::ptrdiff_t(origin) + std::ptrdiff_t(y) * pitch + x * 4);
-    }
-    Pel Get(int x, int y) const
-    {
-        Pel p;
-        std::memcpy(&p, &bytes[Offset(x, y)], 4);
-        return p;
-    }
-    void Set(int x, int y, Pel p) { std::memcpy(&bytes[Offset(x, y)], &p, 4); }
-};
 
 } // namespace model
 

@@ -4,12 +4,14 @@
 #include <gtest/gtest.h>
 
 #include "BufferModel.h"
+#include "support/RowHarness.h"
+
 #include "PixelRoutinesLite.h"
 
 namespace {
 
-using model::Buffer;
 using model::Pel;
+using support::Buffer;
 
 struct Roll {
     int width, height, startLine, lineStep, fraction, period, strength;
@@ -133,9 +135,9 @@ Roll RandomRoll(support::Rng& rng)
     const int h = r.height;
     const bool fades = rng.Below(3) != 0;
     r.topFadeEnd = fades ? rng.Pick({0, 1, h}, -2, h + 2) : 0;
-    r.topFadeWidth = rng.Pick({0, 1, 16}, 0, h + 3);
+    r.topFadeWidth = rng.Pick({0, 1, 16, 20}, 0, h + 3);
     r.bottomFadeStart = fades ? rng.Pick({-1, h - 1, h}, -2, h + 2) : h;
-    r.bottomFadeWidth = rng.Pick({0, 1, 16}, 0, h + 3);
+    r.bottomFadeWidth = rng.Pick({0, 1, 16, 20}, 0, h + 3);
     return r;
 }
 
@@ -186,56 +188,4 @@ TEST(Roll, AllThreeMatchTheReference)
         }
         ASSERT_EQ(want.bytes, got.bytes) << "trial " << trial << ": " << Describe(r);
     }
-}
-
-// An opaque strip of four lines with distinct colours, rolled over 5 rows.
-class RollExamples : public ::testing::Test {
-  protected:
-    void SetUp() override { SelectCEEFunctions(); }
-    const Pel strip[4] = {0xFF102030u, 0xFF405060u, 0xFF708090u, 0xFFA0B0C0u};
-    Pel out[5] = {};
-    const char* Strip() const { return reinterpret_cast<const char*>(strip); }
-    char* Out() { return reinterpret_cast<char*>(out); }
-    // Sub-line roll of strip lines from `start`: fraction, strength, top fade end and width.
-    void SubLine(int start, int fraction, int strength, int fadeEnd = 0, int fadeWidth = 0)
-    {
-        RollBlastDataSubPix(Out(), Strip(), 1, 5, 4, 4, start, 1, fraction, 4, strength, fadeEnd,
-                            fadeWidth, 5, 0);
-    }
-};
-
-// Fade factors 0, 64, 128, 192 ease to alpha scales 0, 112, 192, 240 of 256.
-TEST_F(RollExamples, CopyFadesInWithTheEasedScale)
-{
-    RollCopyData(Out(), Strip(), 1, 5, 4, 4, 0, 1, 4, 4, 4, 5, 0);
-    const Pel alphas[5] = {0, 111, 191, 239, 255};
-    for (int i = 0; i < 5; ++i)
-        EXPECT_EQ((strip[i % 4] & 0xFFFFFFu) | alphas[i] << 24, out[i]) << i;
-}
-
-TEST_F(RollExamples, SubLineFilterStartsAndFades)
-{
-    SubLine(1, 0, 0); // no fraction, no blur: the lines themselves
-    for (int i = 0; i < 5; ++i)
-        EXPECT_EQ(strip[(1 + i) % 4], out[i]);
-    SubLine(1, 128, 0); // half a line on: the lower line is the centre, channels the mean
-    EXPECT_EQ(0xFF586878u, out[0]);
-
-    Pel want[5];
-    SubLine(2, 77, 50);
-    std::memcpy(want, out, sizeof out);
-    for (int start : {6, -2, 2 - 4 * 7}) {
-        SubLine(start, 77, 50);
-        EXPECT_EQ(0, std::memcmp(want, out, sizeof out)) << start;
-    }
-
-    // A transparent top row zeroes the carried weights for every later row,
-    // where the whole-line copy fades its top row only.
-    SubLine(0, 0, 0, 1, 1);
-    EXPECT_EQ(std::vector<Pel>(5, 0), std::vector<Pel>(out, out + 5));
-    RollBlastDataSubPixNoFilter(Out(), Strip(), 1, 5, 4, 16, 0, 1, 0, 4, 1, 1, 5, 0);
-    EXPECT_EQ(std::vector<Pel>(5, 0), std::vector<Pel>(out, out + 5));
-    RollCopyData(Out(), Strip(), 1, 5, 4, 4, 0, 1, 4, 1, 1, 5, 0);
-    EXPECT_EQ(strip[0] & 0xFFFFFFu, out[0]);
-    EXPECT_EQ(strip[1], out[1]);
 }

@@ -1,6 +1,6 @@
 // Fill, copy, channel, fade, mix and reorder routines against the model.
-#include "RowHarness.h"
 #include "StemModel.h"
+#include "support/RowHarness.h"
 
 #include "stem.h"
 
@@ -9,46 +9,55 @@
 
 namespace {
 
-using rows::CheckRows;
-using rows::Sources;
-using rows::u32;
+using support::CheckRows;
+using support::Pelwise;
+using support::u32;
+using R = const support::Rows*;
+
+const support::RowChecks kRows = {1, true, true, true, 2};
+
+unsigned char Byte(u32 v)
+{
+    return static_cast<unsigned char>(v);
+}
 
 TEST(BasicRows, FillsAndChannelSettersMatchModel)
 {
-    CheckRows<0>(
-        "Clear", [](u32* d, Sources, int n) { Stem::ClearScanline(d, n); },
-        [](const u32*) { return 0u; }, rows::kNoNegativeCount);
-    CheckRows<0>(
-        "Set", [](u32* d, Sources, int n) { Stem::SetScanline(d, n, 0x80FF0000); },
-        [](const u32*) { return 0x80FF0000u; });
-    struct Setter {
-        const char* name;
-        void (*run)(Pel*, int, unsigned char);
-        int shift;
-    };
-    const Setter setters[] = {{"SetAlpha", Stem::SetAlphaScanline, 24},
-                              {"SetRed", Stem::SetRedScanline, 16},
-                              {"SetGreen", Stem::SetGreenScanline, 8},
-                              {"SetBlue", Stem::SetBlueScanline, 0}};
-    for (const Setter& s : setters)
+    support::RowChecks noNegative = kRows;
+    noNegative.negativeCount = false;
+    CheckRows(
+        "Clear", 0, [](R r, int n, int) { Stem::ClearScanline(r[0].Pels(), n); },
+        Pelwise(0, [](const u32*) { return 0u; }), noNegative);
+    CheckRows(
+        "Set", 0, [](R r, int n, int) { Stem::SetScanline(r[0].Pels(), n, 0x80FF0000); },
+        Pelwise(0, [](const u32*) { return 0x80FF0000u; }), kRows);
+    using Setter = void (*)(Pel*, int, unsigned char);
+    const Setter setters[] = {Stem::SetBlueScanline, Stem::SetGreenScanline, Stem::SetRedScanline,
+                              Stem::SetAlphaScanline};
+    for (int c = 0; c < 4; ++c)
         for (u32 v : {0x00u, 0x12u, 0xFFu})
-            CheckRows<0>(
-                s.name, [&](u32* d, Sources, int n) { s.run(d, n, static_cast<unsigned char>(v)); },
-                [&](const u32* p) { return (p[0] & ~(255u << s.shift)) | v << s.shift; });
+            CheckRows(
+                "channel " + std::to_string(c) + " " + std::to_string(v), 0,
+                [&](R r, int n, int) { setters[c](r[0].Pels(), n, Byte(v)); },
+                Pelwise(0, [&](const u32* p) { return (p[0] & ~(255u << 8 * c)) | v << 8 * c; }),
+                kRows);
 }
 
 TEST(BasicRows, FadesMatchModelAtEveryLevel)
 {
+    support::RowChecks once = kRows;
+    once.rounds = 1;
     for (u32 level = 0; level < 256; ++level) {
-        const auto l = static_cast<unsigned char>(level);
-        CheckRows<0>(
-            "Fade " + std::to_string(level),
-            [l](u32* d, Sources, int n) { Stem::FadeScanline(d, n, l); },
-            [level](const u32* p) { return model::Fade(p[0], level); });
-        CheckRows<1>(
-            "FadeCopy " + std::to_string(level),
-            [l](u32* d, Sources s, int n) { Stem::FadeCopyScanline(d, s[0], n, l); },
-            [level](const u32* p) { return model::Fade(p[1], level); });
+        CheckRows(
+            "Fade " + std::to_string(level), 0,
+            [&](R r, int n, int) { Stem::FadeScanline(r[0].Pels(), n, Byte(level)); },
+            Pelwise(0, [&](const u32* p) { return model::Fade(p[0], level); }), once);
+        CheckRows(
+            "FadeCopy " + std::to_string(level), 1,
+            [&](R r, int n, int) {
+                Stem::FadeCopyScanline(r[0].Pels(), r[1].Pels(), n, Byte(level));
+            },
+            Pelwise(1, [&](const u32* p) { return model::Fade(p[1], level); }), once);
     }
     // Overlapping rows are faded first pel to last, so a shifted copy smears.
     std::vector<u32> row = {0xFF000001, 0xFF000002, 0xFF000003, 0xFF000004, 0xFF000005};
@@ -56,39 +65,33 @@ TEST(BasicRows, FadesMatchModelAtEveryLevel)
     EXPECT_EQ(row, std::vector<u32>(5, 0xFF000001));
 }
 
-TEST(BasicRows, CopiesAndBlendsMatchModel)
+TEST(BasicRows, CopiesBlendsAndReordersMatchModel)
 {
-    CheckRows<1>(
-        "Copy", [](u32* d, Sources s, int n) { Stem::CopyScanline(d, s[0], n); },
-        [](const u32* p) { return p[1]; }, rows::kNoAlias | rows::kNoNegativeCount);
-    CheckRows<1>(
-        "Move", [](u32* d, Sources s, int n) { Stem::MoveScanline(d, s[0], n); },
-        [](const u32* p) { return p[1]; }, rows::kNoNegativeCount);
+    support::RowChecks copy = kRows;
+    copy.negativeCount = false;
+    CheckRows(
+        "Move", 1, [](R r, int n, int) { Stem::MoveScanline(r[0].Pels(), r[1].Pels(), n); },
+        Pelwise(1, [](const u32* p) { return p[1]; }), copy);
+    copy.alias = false;
+    CheckRows(
+        "Copy", 1, [](R r, int n, int) { Stem::CopyScanline(r[0].Pels(), r[1].Pels(), n); },
+        Pelwise(1, [](const u32* p) { return p[1]; }), copy);
     for (u32 level : {0u, 1u, 127u, 128u, 254u, 255u})
-        CheckRows<2>(
-            "Blend " + std::to_string(level),
-            [level](u32* d, Sources s, int n) {
-                Stem::BlendScanline(d, s[0], s[1], n, static_cast<unsigned char>(level));
+        CheckRows(
+            "Blend " + std::to_string(level), 2,
+            [&](R r, int n, int) {
+                Stem::BlendScanline(r[0].Pels(), r[1].Pels(), r[2].Pels(), n, Byte(level));
             },
-            [level](const u32* p) { return model::Blend(p[1], p[2], level); });
-}
-
-TEST(BasicRows, SwapAndFlipReorderPels)
-{
-    support::Rng rng(5);
-    for (int n = -1; n <= rows::kMaxCount; ++n) {
-        const std::vector<u32> a = support::RandomRow(rng, n + 4),
-                               b = support::RandomRow(rng, n + 4);
-        std::vector<u32> gotA = a, gotB = b, flip = a, wantA = a, wantB = b, wantFlip = a;
-        Stem::SwapScanline(gotA.data(), gotB.data(), n);
-        Stem::HorizontalFlipScanline(flip.data(), n);
-        if (n > 0) {
-            std::swap_ranges(wantA.begin(), wantA.begin() + n, wantB.begin());
-            std::reverse(wantFlip.begin(), wantFlip.begin() + n);
-        }
-        EXPECT_TRUE(gotA == wantA && gotB == wantB) << "Swap count " << n;
-        EXPECT_EQ(flip, wantFlip) << "Flip count " << n;
-    }
+            Pelwise(2, [&](const u32* p) { return model::Blend(p[1], p[2], level); }), kRows);
+    CheckRows(
+        "Swap", 1, [](R r, int n, int) { Stem::SwapScanline(r[0].Pels(), r[1].Pels(), n); },
+        [](R r, int n, int) {
+            std::swap_ranges(r[0].Pels(), r[0].Pels() + std::max(n, 0), r[1].Pels());
+        },
+        kRows);
+    CheckRows(
+        "Flip", 0, [](R r, int n, int) { Stem::HorizontalFlipScanline(r[0].Pels(), n); },
+        [](R r, int n, int) { std::reverse(r[0].Pels(), r[0].Pels() + std::max(n, 0)); }, kRows);
 }
 
 } // namespace

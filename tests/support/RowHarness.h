@@ -1,0 +1,191 @@
+// One harness for every row routine and buffer operation: a routine and its
+// reference run on identical copies of seeded memory, and every byte must
+// agree afterwards, the random bytes around the rows included.
+#ifndef FLOWER_TESTS_SUPPORT_ROWHARNESS_H
+#define FLOWER_TESTS_SUPPORT_ROWHARNESS_H
+
+#include "support/Rng.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace support {
+
+// A rectangle of pels in raw memory. The pitch has some slack and, when
+// asked, is negative one time in four; the first pel sits at any byte.
+struct Buffer {
+    std::vector<char> bytes;
+    std::size_t origin = 0;
+    int pitch = 0;
+
+    Buffer(Rng& rng, int width, int height, bool pelAligned = false, bool mayFlip = true)
+    {
+        const int lines = std::max(height, 1),
+                  span = std::max(width, 0) * 4 + int(rng.Below(3)) * 4;
+        const std::size_t misalign = 4 * rng.Below(8) + (pelAligned ? 0 : rng.Below(4));
+        bytes.resize(std::size_t(span) * std::size_t(lines) + misalign + 16);
+        for (char& c : bytes)
+            c = char(rng.Next());
+        const bool upwards = mayFlip && rng.Below(4) == 0;
+        pitch = upwards ? -span : span;
+        origin = misalign + (upwards ? std::size_t(lines - 1) * std::size_t(span) : 0);
+        // Runs of one alpha, as inside glyphs and between them, half the time.
+        u32 last = 0;
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x) {
+                const u32 p = rng.Pel();
+                last = rng.Below(2) ? p : (p & 0xFFFFFF) | (last & 0xFF000000);
+                Set(x, y, last);
+            }
+    }
+    char* Base() { return bytes.data() + origin; }
+    const char* Base() const { return bytes.data() + origin; }
+    std::size_t Offset(int x, int y) const
+    {
+        return std::size_t(std::ptrdiff_t(origin) + std::ptrdiff_t(y) * pitch +
+                           std::ptrdiff_t(x) * 4);
+    }
+    u32 Get(int x, int y) const
+    {
+        u32 p;
+        std::memcpy(&p, &bytes[Offset(x, y)], 4);
+        return p;
+    }
+    void Set(int x, int y, u32 p) { std::memcpy(&bytes[Offset(x, y)], &p, 4); }
+};
+
+struct Rows {
+    char* base;
+    int pitch;
+    u32* Pels() const { return reinterpret_cast<u32*>(base); }
+    u32 Get(int x, int y) const
+    {
+        u32 p;
+        std::memcpy(&p, base + std::ptrdiff_t(y) * pitch + std::ptrdiff_t(x) * 4, 4);
+        return p;
+    }
+    void Set(int x, int y, u32 p) const
+    {
+        std::memcpy(base + std::ptrdiff_t(y) * pitch + std::ptrdiff_t(x) * 4, &p, 4);
+    }
+};
+
+struct RowChecks {
+    int maxLines = 1;          // above 1: blocks of -1 .. maxLines rows, pitches of either sign
+    bool alias = true;         // also write over each source in turn
+    bool negativeCount = true; // a count of -1 must write nothing
+    bool pelAligned = false;   // rows start on a pel (the scanline routines take Pel*)
+    int rounds = 2;
+};
+
+// `run` and `want` take (const Rows* rows, int count, int lines), rows[0] the
+// destination and rows[1 ..] the sources. Every count from 0 to 67 (every
+// tail of 4- and 8-pel bodies), and where two sources exist one pel in eight
+// equal in both.
+template <class Run, class Want>
+void CheckRows(const std::string& name, int sources, Run run, Want want, const RowChecks& opt = {})
+{
+    Rng rng(std::hash<std::string>()(name));
+    for (int round = 0; round < opt.rounds; ++round)
+        for (int n = opt.negativeCount ? -1 : 0; n <= 67; ++n) {
+            const int lines =
+                opt.maxLines > 1 ? rng.Pick({0, -1, opt.maxLines}, 1, opt.maxLines) : 1;
+            std::vector<Buffer> start;
+            for (int k = 0; k <= sources; ++k)
+                start.emplace_back(rng, n, lines, opt.pelAligned, opt.maxLines > 1);
+            for (int y = 0; y < lines && sources >= 2; ++y)
+                for (int x = 0; x < n; ++x)
+                    if (rng.Below(8) == 0)
+                        start[2].Set(x, y, start[1].Get(x, y));
+            for (int into = 0; into <= (opt.alias ? sources : 0); ++into) {
+                std::vector<Buffer> got = start, expected = start;
+                auto layout = [&](std::vector<Buffer>& b) {
+                    std::vector<Rows> rows;
+                    for (int k = 0; k <= sources; ++k)
+                        rows.push_back({b[std::size_t(k)].Base(), b[std::size_t(k)].pitch});
+                    if (into > 0)
+                        rows[std::size_t(into)] = rows[0];
+                    return rows;
+                };
+                run(layout(got).data(), n, lines);
+                want(layout(expected).data(), n, lines);
+                for (int k = 0; k <= sources; ++k)
+                    if (got[std::size_t(k)].bytes != expected[std::size_t(k)].bytes) {
+                        ADD_FAILURE() << name << ": count " << n << " lines " << lines
+                                      << " into row " << into << " differs in row " << k;
+                        return;
+                    }
+            }
+        }
+}
+
+// A reference built from a per-pel model: model(in) with in[0] the
+// destination pel before the call and in[1 ..] the source pels.
+template <class Model> auto Pelwise(int sources, Model model)
+{
+    return [sources, model](const Rows* rows, int count, int lines) {
+        for (int y = 0; y < lines; ++y)
+            for (int x = 0; x < count; ++x) {
+                u32 in[4] = {};
+                for (int k = 0; k <= sources; ++k)
+                    in[k] = rows[k].Get(x, y);
+                rows[0].Set(x, y, model(in));
+            }
+    };
+}
+
+// Pel j of `upper` has alpha (j / per) >> 8 and of `lower` (j / per) & 255,
+// with seeded colours: one row meets every alpha pair.
+struct AlphaPairs {
+    std::vector<u32> upper, lower;
+    int count;
+    explicit AlphaPairs(int per) : count(65536 * per)
+    {
+        Rng rng{std::uint64_t(per)};
+        for (int j = 0; j < count; ++j) {
+            const u32 pair = u32(j / per);
+            upper.push_back((pair >> 8) << 24 | (rng.Next() & 0xFFFFFF));
+            lower.push_back((pair & 255) << 24 | (rng.Next() & 0xFFFFFF));
+        }
+    }
+};
+
+inline const AlphaPairs& Pairs()
+{
+    static const AlphaPairs pairs(4);
+    return pairs;
+}
+
+// `run` against `want` (as for CheckRows) on one row of every alpha pair:
+// rows[1] the upper, rows[2] the lower, rows[3] seeded pels.
+template <class Run, class Want> void CheckAlphaPairs(const std::string& name, Run run, Want want)
+{
+    const AlphaPairs& pairs = Pairs();
+    Rng rng(5);
+    const std::array<std::vector<u32>, 4> start = {RandomRow(rng, pairs.count), pairs.upper,
+                                                   pairs.lower, RandomRow(rng, pairs.count)};
+    std::array<std::vector<u32>, 4> got = start, expected = start;
+    Rows gotRows[4], wantRows[4];
+    for (std::size_t k = 0; k < 4; ++k) {
+        gotRows[k] = {reinterpret_cast<char*>(got[k].data()), 0};
+        wantRows[k] = {reinterpret_cast<char*>(expected[k].data()), 0};
+    }
+    run(gotRows, pairs.count, 1);
+    want(wantRows, pairs.count, 1);
+    const auto miss = std::mismatch(got[0].begin(), got[0].end(), expected[0].begin());
+    if (miss.first != got[0].end()) {
+        const std::size_t i = std::size_t(miss.first - got[0].begin());
+        ADD_FAILURE() << name << std::hex << ": upper 0x" << start[1][i] << " lower 0x"
+                      << start[2][i] << " third 0x" << start[3][i] << " got 0x" << *miss.first
+                      << " want 0x" << *miss.second;
+    }
+}
+
+} // namespace support
+
+#endif
