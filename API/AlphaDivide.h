@@ -5,6 +5,7 @@
 
 #include "local_system.h"
 
+// Entry a is 65536 / a for a >= 1. Constant; safe to read from any thread.
 extern "C" FLOWER_API const u32 global_adt[256];
 
 inline u32 AlphaDivide(u32 x, u32 alpha)

@@ -130,6 +130,8 @@ class FLOWER_API StubLayer {
 
 } // namespace Marrow
 
+// The root of the library's layer classes; its destructor is virtual, so a
+// layer is destroyed through its handle.
 class FLOWER_API LayerInterface : public Marrow::StubLayer {
   public:
     ~LayerInterface() override;

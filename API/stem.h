@@ -93,6 +93,7 @@ FLOWER_API void SetBlueScanline(Pel* dst, int count, unsigned char value);
 FLOWER_API void FadeScanline(Pel* dst, int count, unsigned char level);
 FLOWER_API void FadeCopyScanline(Pel* dst, const Pel* src, int count, unsigned char level);
 
+// Exchanges the two rows pel for pel.
 FLOWER_API void SwapScanline(Pel* row1, Pel* row2, int count);
 // Reversed in place; does nothing below 2 pels.
 FLOWER_API void HorizontalFlipScanline(Pel* row, int count);
@@ -179,7 +180,8 @@ FLOWER_API void CompositWithOpacityScanline(Pel* dst, const Pel* top, const Pel*
 // --- Slot accessors -----------------------------------------------------------
 // Get returns the routine in the slot, never null. Set stores `routine`; null
 // restores the Stem default. Set returns the routine now in the slot. The
-// three-row accessors have no trailing "Scanline".
+// three-row accessors have no trailing "Scanline". Unsynchronised: install
+// routines before rendering.
 
 extern "C" {
 

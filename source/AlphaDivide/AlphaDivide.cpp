@@ -1,3 +1,4 @@
+// The alpha reciprocal table, built at compile time.
 #include "AlphaDivide.h"
 
 #include <array>
