@@ -65,10 +65,9 @@ template <typename Model> void ExpectLayer(Marrow::StubLayer* layer, Model want)
     const Pels got = ReadLayer(layer);
     const int width = GetLayerWidth(layer);
     ASSERT_EQ(got.size(), size_t(width) * size_t(GetLayerHeight(layer)));
-    for (size_t i = 0; i < got.size(); ++i) {
-        const int x = int(i % size_t(width)), y = int(i / size_t(width));
-        ASSERT_EQ(got[i], Pel(want(x, y))) << "at " << x << "," << y;
-    }
+    for (size_t i = 0; i < got.size(); ++i)
+        ASSERT_EQ(got[i], Pel(want(int(i % size_t(width)), int(i / size_t(width)))))
+            << "at " << i % size_t(width) << "," << i / size_t(width);
 }
 
 // A BasicLayer that counts its open accesses and refuses every access after
@@ -78,25 +77,18 @@ class CountingLayer : public BasicLayer {
     static CountingLayer* Create(int width, int height, int budget)
     {
         Pels* pixels = new Pels(size_t(width) * height, 0xFF102030u);
-        void* memory = ::operator new(sizeof(CountingLayer));
-        auto* layer = new (memory) CountingLayer(pixels, width, height, budget);
-        layer->AttachFreeFunction(
-            [](u8* block, void*) { ::operator delete(static_cast<void*>(block)); }, nullptr);
+        auto* layer = new (::operator new(sizeof(CountingLayer)))
+            CountingLayer(pixels, width, height, budget);
+        layer->AttachFreeFunction([](u8* block, void*) { ::operator delete(block); }, nullptr);
         return layer;
     }
     void* AccessRegion(const LayerRegion& region, u8*& pixels, i32& rowBytes) override
     {
-        if (budget-- <= 0)
-            return nullptr;
-        void* token = BasicLayer::AccessRegion(region, pixels, rowBytes);
+        void* token = budget-- > 0 ? BasicLayer::AccessRegion(region, pixels, rowBytes) : nullptr;
         open += token != nullptr;
         return token;
     }
-    bool EndAccess(void* token) override
-    {
-        --open;
-        return BasicLayer::EndAccess(token);
-    }
+    bool EndAccess(void* token) override { return --open, BasicLayer::EndAccess(token); }
     int open = 0;
 
   private:
@@ -117,9 +109,7 @@ struct UpdateLog {
     static bool Record(Marrow::StubLayer*, const LayerRegion* r, void* data)
     {
         auto* log = static_cast<UpdateLog*>(data);
-        ++log->calls;
-        log->last = *r;
-        return true;
+        return ++log->calls, log->last = *r, true;
     }
 };
 
