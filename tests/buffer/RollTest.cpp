@@ -47,13 +47,6 @@ int Eased(int f)
     return 256 - (256 - f) * (256 - f) / 256;
 }
 
-Pel At(const char* row, int x)
-{
-    Pel p;
-    std::memcpy(&p, row + x * 4, 4);
-    return p;
-}
-
 void ModelCopy(Buffer& dst, const Buffer& src, const Roll& r)
 {
     int line = ReduceLine(r.startLine, r.period);
@@ -103,10 +96,10 @@ void ModelSubLine(Buffer& dst, const Buffer& src, int srcPitch, const Roll& r, b
     for (int i = 0; i < r.height; ++i) {
         for (int& weight : w)
             weight = fades ? weight * Eased(FadeFactor(r, i, true)) / 256 : weight;
-        std::vector<const char*> rows;
+        std::vector<support::Rows> rows;
         auto source = [&](int index) {
-            return src.Base() + (filtered ? std::ptrdiff_t(index) * srcPitch
-                                          : std::ptrdiff_t(index) * srcPitch / 4);
+            const std::ptrdiff_t at = std::ptrdiff_t(index) * srcPitch;
+            return support::Rows{src.View().base + (filtered ? at : at / 4), 0};
         };
         if (filtered)
             rows.push_back(source((r.period - 1 + line) % r.period));
@@ -114,8 +107,8 @@ void ModelSubLine(Buffer& dst, const Buffer& src, int srcPitch, const Roll& r, b
         rows.push_back(source((line + 1) % r.period));
         for (int x = 0; x < r.width; ++x) {
             std::vector<Pel> pels;
-            for (const char* row : rows)
-                pels.push_back(At(row, x));
+            for (const support::Rows& row : rows)
+                pels.push_back(row.Get(x, 0));
             dst.Set(x, i, Mix(pels, w));
         }
         line += r.lineStep;
@@ -139,16 +132,6 @@ Roll RandomRoll(support::Rng& rng)
     r.bottomFadeStart = fades ? rng.Pick({-1, h - 1, h}, -2, h + 2) : h;
     r.bottomFadeWidth = rng.Pick({0, 1, 16, 20}, 0, h + 3);
     return r;
-}
-
-std::string Describe(const Roll& r)
-{
-    char text[200];
-    std::snprintf(text, sizeof text,
-                  "%dx%d start %d step %d fraction %d period %d strength %d fades %d/%d %d/%d",
-                  r.width, r.height, r.startLine, r.lineStep, r.fraction, r.period, r.strength,
-                  r.topFadeEnd, r.topFadeWidth, r.bottomFadeStart, r.bottomFadeWidth);
-    return text;
 }
 
 } // namespace
@@ -186,6 +169,10 @@ TEST(Roll, AllThreeMatchTheReference)
                              4 * src.pitch + skew, r.startLine, r.lineStep, r.fraction, r.period,
                              r.topFadeEnd, r.topFadeWidth, r.bottomFadeStart, r.bottomFadeWidth));
         }
-        ASSERT_EQ(want.bytes, got.bytes) << "trial " << trial << ": " << Describe(r);
+        ASSERT_EQ(want.bytes, got.bytes)
+            << "trial " << trial << ": " << r.width << "x" << r.height << " start " << r.startLine
+            << " step " << r.lineStep << " fraction " << r.fraction << " period " << r.period
+            << " strength " << r.strength << " fades " << r.topFadeEnd << "/" << r.topFadeWidth
+            << " " << r.bottomFadeStart << "/" << r.bottomFadeWidth;
     }
 }

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <functional>
 
 namespace crawlmodel {
 
@@ -85,16 +84,14 @@ struct Params {
         rightFadeWidth;
 };
 
-using ReadSource = std::function<uint32_t(int y, int64_t x)>;
-using WriteDest = std::function<void(int y, int64_t x, uint32_t pel)>;
-
 struct Segment {
     int64_t start, length;
     int32_t kind; // -1 fill, -2 plain, otherwise a starting level
     int64_t step;
 };
 
-inline void Run(Kind kind, const Params& c, const ReadSource& src, const WriteDest& dst)
+// src(y, x) reads a source pel, dst(y, x, pel) writes one.
+template <class Read, class Write> void Run(Kind kind, const Params& c, Read src, Write dst)
 {
     const int64_t w = c.width;
     if (c.width < 1 || c.height < 1)

@@ -9,15 +9,34 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <string>
 #include <vector>
 
 namespace support {
 
-// A rectangle of pels in raw memory. The pitch has some slack and, when
-// asked, is negative one time in four; the first pel sits at any byte.
+// Rows of pels anywhere in memory: a first pel and a signed byte pitch.
+struct Rows {
+    char* base;
+    int pitch;
+    u32* Pels() const { return reinterpret_cast<u32*>(base); }
+    char* At(int x, int y) const
+    {
+        return base + std::ptrdiff_t(y) * pitch + std::ptrdiff_t(x) * 4;
+    }
+    u32 Get(int x, int y) const
+    {
+        u32 p;
+        std::memcpy(&p, At(x, y), 4);
+        return p;
+    }
+    void Set(int x, int y, u32 p) const { std::memcpy(At(x, y), &p, 4); }
+};
+
+// A width x height block of seeded pels amid random bytes. The pitch has some
+// slack and, when allowed, is negative one time in four; the first pel sits
+// at any byte unless pelAligned. Alphas come in runs half the time, as inside
+// glyphs and between them.
 struct Buffer {
     std::vector<char> bytes;
     std::size_t origin = 0;
@@ -31,48 +50,19 @@ struct Buffer {
         bytes.resize(std::size_t(span) * std::size_t(lines) + misalign + 16);
         for (char& c : bytes)
             c = char(rng.Next());
-        const bool upwards = mayFlip && rng.Below(4) == 0;
-        pitch = upwards ? -span : span;
-        origin = misalign + (upwards ? std::size_t(lines - 1) * std::size_t(span) : 0);
-        // Runs of one alpha, as inside glyphs and between them, half the time.
+        pitch = mayFlip && rng.Below(4) == 0 ? -span : span;
+        origin = misalign + (pitch < 0 ? std::size_t(lines - 1) * std::size_t(span) : 0);
         u32 last = 0;
         for (int y = 0; y < height; ++y)
             for (int x = 0; x < width; ++x) {
                 const u32 p = rng.Pel();
-                last = rng.Below(2) ? p : (p & 0xFFFFFF) | (last & 0xFF000000);
-                Set(x, y, last);
+                Set(x, y, last = rng.Below(2) ? p : (p & 0xFFFFFF) | (last & 0xFF000000));
             }
     }
     char* Base() { return bytes.data() + origin; }
-    const char* Base() const { return bytes.data() + origin; }
-    std::size_t Offset(int x, int y) const
-    {
-        return std::size_t(std::ptrdiff_t(origin) + std::ptrdiff_t(y) * pitch +
-                           std::ptrdiff_t(x) * 4);
-    }
-    u32 Get(int x, int y) const
-    {
-        u32 p;
-        std::memcpy(&p, &bytes[Offset(x, y)], 4);
-        return p;
-    }
-    void Set(int x, int y, u32 p) { std::memcpy(&bytes[Offset(x, y)], &p, 4); }
-};
-
-struct Rows {
-    char* base;
-    int pitch;
-    u32* Pels() const { return reinterpret_cast<u32*>(base); }
-    u32 Get(int x, int y) const
-    {
-        u32 p;
-        std::memcpy(&p, base + std::ptrdiff_t(y) * pitch + std::ptrdiff_t(x) * 4, 4);
-        return p;
-    }
-    void Set(int x, int y, u32 p) const
-    {
-        std::memcpy(base + std::ptrdiff_t(y) * pitch + std::ptrdiff_t(x) * 4, &p, 4);
-    }
+    Rows View() const { return {const_cast<char*>(bytes.data()) + origin, pitch}; }
+    u32 Get(int x, int y) const { return View().Get(x, y); }
+    void Set(int x, int y, u32 p) { View().Set(x, y, p); }
 };
 
 struct RowChecks {
@@ -85,7 +75,7 @@ struct RowChecks {
 
 // `run` and `want` take (const Rows* rows, int count, int lines), rows[0] the
 // destination and rows[1 ..] the sources. Every count from 0 to 67 (every
-// tail of 4- and 8-pel bodies), and where two sources exist one pel in eight
+// tail of 4- and 8-pel bodies); where two sources exist one pel in eight is
 // equal in both.
 template <class Run, class Want>
 void CheckRows(const std::string& name, int sources, Run run, Want want, const RowChecks& opt = {})
@@ -104,12 +94,11 @@ void CheckRows(const std::string& name, int sources, Run run, Want want, const R
                         start[2].Set(x, y, start[1].Get(x, y));
             for (int into = 0; into <= (opt.alias ? sources : 0); ++into) {
                 std::vector<Buffer> got = start, expected = start;
-                auto layout = [&](std::vector<Buffer>& b) {
+                auto layout = [&](const std::vector<Buffer>& b) {
                     std::vector<Rows> rows;
-                    for (int k = 0; k <= sources; ++k)
-                        rows.push_back({b[std::size_t(k)].Base(), b[std::size_t(k)].pitch});
-                    if (into > 0)
-                        rows[std::size_t(into)] = rows[0];
+                    for (const Buffer& buffer : b)
+                        rows.push_back(buffer.View());
+                    rows[std::size_t(into)] = rows[0];
                     return rows;
                 };
                 run(layout(got).data(), n, lines);
@@ -139,50 +128,47 @@ template <class Model> auto Pelwise(int sources, Model model)
     };
 }
 
-// Pel j of `upper` has alpha (j / per) >> 8 and of `lower` (j / per) & 255,
-// with seeded colours: one row meets every alpha pair.
+// Pel j of `upper` has alpha (j / 4) >> 8 and of `lower` (j / 4) & 255, with
+// seeded colours: one row meets every alpha pair. `third` is seeded pels.
 struct AlphaPairs {
-    std::vector<u32> upper, lower;
-    int count;
-    explicit AlphaPairs(int per) : count(65536 * per)
+    std::vector<u32> upper, lower, third;
+    AlphaPairs()
     {
-        Rng rng{std::uint64_t(per)};
-        for (int j = 0; j < count; ++j) {
-            const u32 pair = u32(j / per);
-            upper.push_back((pair >> 8) << 24 | (rng.Next() & 0xFFFFFF));
-            lower.push_back((pair & 255) << 24 | (rng.Next() & 0xFFFFFF));
+        Rng rng(4);
+        for (u32 j = 0; j < 4 * 65536; ++j) {
+            upper.push_back((j / 4) >> 8 << 24 | (rng.Next() & 0xFFFFFF));
+            lower.push_back((j / 4 & 255) << 24 | (rng.Next() & 0xFFFFFF));
+            third.push_back(rng.Pel());
         }
     }
 };
 
 inline const AlphaPairs& Pairs()
 {
-    static const AlphaPairs pairs(4);
+    static const AlphaPairs pairs;
     return pairs;
 }
 
-// `run` against `want` (as for CheckRows) on one row of every alpha pair:
-// rows[1] the upper, rows[2] the lower, rows[3] seeded pels.
+// `run` against `want` (as for CheckRows) on the pair rows: rows[1] the upper,
+// rows[2] the lower, rows[3] the third.
 template <class Run, class Want> void CheckAlphaPairs(const std::string& name, Run run, Want want)
 {
-    const AlphaPairs& pairs = Pairs();
-    Rng rng(5);
-    const std::array<std::vector<u32>, 4> start = {RandomRow(rng, pairs.count), pairs.upper,
-                                                   pairs.lower, RandomRow(rng, pairs.count)};
-    std::array<std::vector<u32>, 4> got = start, expected = start;
+    const AlphaPairs& p = Pairs();
+    const std::vector<u32> start[4] = {p.third, p.upper, p.lower, p.third};
+    std::vector<std::vector<u32>> got(start, start + 4), expected = got;
     Rows gotRows[4], wantRows[4];
     for (std::size_t k = 0; k < 4; ++k) {
         gotRows[k] = {reinterpret_cast<char*>(got[k].data()), 0};
         wantRows[k] = {reinterpret_cast<char*>(expected[k].data()), 0};
     }
-    run(gotRows, pairs.count, 1);
-    want(wantRows, pairs.count, 1);
+    run(gotRows, int(p.upper.size()), 1);
+    want(wantRows, int(p.upper.size()), 1);
     const auto miss = std::mismatch(got[0].begin(), got[0].end(), expected[0].begin());
     if (miss.first != got[0].end()) {
         const std::size_t i = std::size_t(miss.first - got[0].begin());
-        ADD_FAILURE() << name << std::hex << ": upper 0x" << start[1][i] << " lower 0x"
-                      << start[2][i] << " third 0x" << start[3][i] << " got 0x" << *miss.first
-                      << " want 0x" << *miss.second;
+        ADD_FAILURE() << name << std::hex << ": upper 0x" << p.upper[i] << " lower 0x" << p.lower[i]
+                      << " third 0x" << p.third[i] << " got 0x" << *miss.first << " want 0x"
+                      << *miss.second;
     }
 }
 
