@@ -4,6 +4,8 @@
 
 #include "support/PelModel.h"
 
+#include <vector>
+
 namespace model {
 
 using Pel = u32;
@@ -40,15 +42,22 @@ inline Pel OverWithOpacityTruncated(Pel t, Pel b, int ob, int ot)
     return Join(c, oa);
 }
 
+// Weighted pels: colour sum(C.A.w) / sum(A.w), alpha sum(A.w) >> 8.
+inline Pel Mix(const std::vector<Pel>& pels, const std::vector<int>& w)
+{
+    long long s = 0, c[3] = {0, 0, 0};
+    for (std::size_t k = 0; k < pels.size(); ++k) {
+        const long long e = Ch(pels[k], 24) * w[k];
+        s += e;
+        for (int ch = 0; ch < 3; ++ch)
+            c[ch] += Ch(pels[k], ch * 8) * e;
+    }
+    return s == 0 ? 0 : Pack(c[0] / s, c[1] / s, c[2] / s, s >> 8);
+}
+
 inline Pel CrossFade(Pel a, Pel b, int wa, int wb)
 {
-    if (a == b)
-        return a;
-    const long long ea = Ch(a, 24) * wa, eb = Ch(b, 24) * wb, s = ea + eb;
-    if (s == 0)
-        return 0;
-    return Pack((Ch(b, 0) * eb + Ch(a, 0) * ea) / s, (Ch(b, 8) * eb + Ch(a, 8) * ea) / s,
-                (Ch(b, 16) * eb + Ch(a, 16) * ea) / s, s >> 8);
+    return a == b ? a : Mix({a, b}, {wa, wb});
 }
 
 inline Pel ShapedCrossFade(Pel a, Pel b, int wa, int wb)

@@ -64,19 +64,6 @@ void ModelCopy(Buffer& dst, const Buffer& src, const Roll& r)
     }
 }
 
-// Weighted lines, top first: colour sum(C.A.w) / sum(A.w), alpha sum >> 8.
-Pel Mix(const std::vector<Pel>& pels, const std::vector<int>& w)
-{
-    long long s = 0, c[3] = {0, 0, 0};
-    for (std::size_t k = 0; k < pels.size(); ++k) {
-        const long long e = model::Ch(pels[k], 24) * w[k];
-        s += e;
-        for (int ch = 0; ch < 3; ++ch)
-            c[ch] += model::Ch(pels[k], ch * 8) * e;
-    }
-    return s == 0 ? 0 : model::Pack(c[0] / s, c[1] / s, c[2] / s, s >> 8);
-}
-
 // The sub-line rolls; srcPitch is the byte pitch the routine is given.
 void ModelSubLine(Buffer& dst, const Buffer& src, int srcPitch, const Roll& r, bool filtered)
 {
@@ -109,7 +96,7 @@ void ModelSubLine(Buffer& dst, const Buffer& src, int srcPitch, const Roll& r, b
             std::vector<Pel> pels;
             for (const support::Rows& row : rows)
                 pels.push_back(row.Get(x, 0));
-            dst.Set(x, i, Mix(pels, w));
+            dst.Set(x, i, model::Mix(pels, w));
         }
         line += r.lineStep;
     }

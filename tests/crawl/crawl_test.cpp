@@ -166,27 +166,18 @@ TEST_F(CrawlTest, RowRoutinesMatchModel)
 
 namespace {
 int preCalls, postCalls, sliceCalls, rowCalls;
-ScanlineBlitColourRoutine realFill;
-ScanlineBlitRoutine realCopy;
-ScanlineCrawlGradientBlitRoutine realGradient;
 } // namespace
 
 // Hooks run once per call (a span off the picture adds BlitColour's own pair); every segment
 // that is not skipped is called on every row, even with nothing to write.
 TEST_F(CrawlTest, CallsHooksAndSegmentsAsOftenAsStated)
 {
-    const BufferOpHook saved[] = {PreOp, PostOp, CheckTimeSlice};
-    realFill = ScanlineBlitColour;
-    realCopy = ScanlineBlit;
-    realGradient = ScanlineCrawlGradientBlit;
     PreOp = [](tagMMXState*) { ++preCalls; };
     PostOp = [](tagMMXState*) { ++postCalls; };
     CheckTimeSlice = [](tagMMXState*) { ++sliceCalls; };
-    ScanlineBlitColour = [](char* d, int n, int c) { return ++rowCalls, realFill(d, n, c); };
-    ScanlineBlit = [](char* d, const char* s, int n) { return ++rowCalls, realCopy(d, s, n); };
-    ScanlineCrawlGradientBlit = [](char* d, const char* s, int n, int l, int st) {
-        return ++rowCalls, realGradient(d, s, n, l, st);
-    };
+    ScanlineBlitColour = [](char*, int, int) { return ++rowCalls; };
+    ScanlineBlit = [](char*, const char*, int) { return ++rowCalls; };
+    ScanlineCrawlGradientBlit = [](char*, const char*, int, int, int) { return ++rowCalls; };
     std::vector<std::uint32_t> strip(128), out(40);
     char *s = reinterpret_cast<char*>(strip.data()), *d = reinterpret_cast<char*>(out.data());
     struct Span {
@@ -201,15 +192,12 @@ TEST_F(CrawlTest, CallsHooksAndSegmentsAsOftenAsStated)
             EXPECT_EQ(preCalls, span.hooks);
             EXPECT_EQ(postCalls, span.hooks);
             EXPECT_EQ(sliceCalls, 0);
-            EXPECT_EQ(rowCalls, kind == Kind::Whole ? span.wholeRowCalls : rowCalls);
+            if (kind == Kind::Whole) {
+                EXPECT_EQ(rowCalls, span.wholeRowCalls);
+            }
         }
     preCalls = postCalls = 0;
     CrawlBlit(nullptr, 160, s, 160, 40, 2, 0, 50, 10, 4, 30, 5);
     EXPECT_EQ(preCalls + postCalls, 2);
-    PreOp = saved[0];
-    PostOp = saved[1];
-    CheckTimeSlice = saved[2];
-    ScanlineBlitColour = realFill;
-    ScanlineBlit = realCopy;
-    ScanlineCrawlGradientBlit = realGradient;
+    SelectCEEFunctions();
 }
