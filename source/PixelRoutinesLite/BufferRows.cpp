@@ -81,7 +81,7 @@ int CEE_ScanlineBlitColour(char* dst, int count, int colour)
 
 int CEE_ScanlineComposit(char* dst, const char* bottom, const char* top, int count)
 {
-    Kernels::ActiveCompositSet().composit(dst, bottom, top, count);
+    Kernels::RunComposit(dst, bottom, top, count);
     return 1;
 }
 

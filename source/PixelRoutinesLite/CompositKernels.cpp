@@ -6,26 +6,35 @@
 #include "inlinepelops.h"
 
 #include <cstddef>
+#include <cstdint>
 
 namespace {
 
 // The reference is CompositPel itself, pel by pel: the vector sets are proven
 // against this loop, so it stays free of shortcuts.
-void CompositRow(char* dst, const char* bottom, const char* top, int count)
+void ScalarCompositRow(char* dst, const char* bottom, const char* top, int count)
 {
     for (int i = 0; i < count; ++i)
         PelIO::StorePel(dst, i, CompositPel(PelIO::LoadPel(top, i), PelIO::LoadPel(bottom, i)));
 }
 
+// True when the byte ranges share bytes without starting at the same place.
+bool OverlapsPartially(const char* a, const char* b, std::size_t bytes)
+{
+    const std::uintptr_t x = reinterpret_cast<std::uintptr_t>(a);
+    const std::uintptr_t y = reinterpret_cast<std::uintptr_t>(b);
+    return x != y && x < y + bytes && y < x + bytes;
+}
+
 } // namespace
 
-const Kernels::CompositSet Kernels::kCompositScalar = {"scalar", CompositRow};
+const Kernels::CompositSet Kernels::kCompositScalar = {"scalar", ScalarCompositRow};
 
 void Kernels::CompositScalarTail(char* dst, const char* bottom, const char* top, int first,
                                  int count)
 {
     const std::ptrdiff_t done = std::ptrdiff_t(first) * 4;
-    CompositRow(dst + done, bottom + done, top + done, count - first);
+    ScalarCompositRow(dst + done, bottom + done, top + done, count - first);
 }
 
 int Kernels::RunnableCompositSets(const CompositSet* out[3])
@@ -49,4 +58,13 @@ const Kernels::CompositSet& Kernels::ActiveCompositSet()
         return sets[RunnableCompositSets(sets) - 1];
     }();
     return *active;
+}
+
+void Kernels::RunComposit(char* dst, const char* bottom, const char* top, int count)
+{
+    if (count < 1)
+        return;
+    const std::size_t bytes = std::size_t(count) * 4;
+    const bool smear = OverlapsPartially(dst, top, bytes) || OverlapsPartially(dst, bottom, bytes);
+    (smear ? kCompositScalar : ActiveCompositSet()).composit(dst, bottom, top, count);
 }

@@ -1,6 +1,7 @@
 // Composite row kernels. Every set returns exactly what kCompositScalar returns;
-// only speed differs. Rows are raw bytes with no alignment promise; dst may be
-// the very row of top or of bottom, but may not overlap either partially.
+// only speed differs. Rows are raw bytes with no alignment promise; a set's dst
+// may be the very row of top or of bottom, but may not overlap either partially
+// (RunComposit below sorts that out).
 #ifndef FLOWER_SOURCE_COMPOSITKERNELS_H
 #define FLOWER_SOURCE_COMPOSITKERNELS_H
 
@@ -24,6 +25,11 @@ int RunnableCompositSets(const CompositSet* out[3]);
 
 // The one dispatch point: the best runnable set, chosen on first use.
 const CompositSet& ActiveCompositSet();
+
+// Composites one row with the active set. Rows that overlap a source without
+// being that very row go through the scalar set: its pel-by-pel order is the
+// result there, and a vector block would read pels the row already rewrote.
+void RunComposit(char* dst, const char* bottom, const char* top, int count);
 
 } // namespace Kernels
 

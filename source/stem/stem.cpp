@@ -280,9 +280,8 @@ void Stem::MaxScanline(Pel* dst, const Pel* src1, const Pel* src2, int count)
 // fastest kernel set.
 void Stem::CompositScanline(Pel* dst, const Pel* top, const Pel* bottom, int count)
 {
-    Kernels::ActiveCompositSet().composit(reinterpret_cast<char*>(dst),
-                                          reinterpret_cast<const char*>(bottom),
-                                          reinterpret_cast<const char*>(top), count);
+    Kernels::RunComposit(reinterpret_cast<char*>(dst), reinterpret_cast<const char*>(bottom),
+                         reinterpret_cast<const char*>(top), count);
 }
 
 // The bottom's alpha is never consulted, only passed on under a clear top.

@@ -48,6 +48,29 @@ TEST(CompositKernels, EveryVariantMatchesScalarOnSeededRowsAndEveryAlphaPair)
     }
 }
 
+// A destination shifted a few pels against a source rewrites pels before they
+// are read: the result is the pel-by-pel order of the scalar set, never a block's.
+TEST(CompositKernels, PartlyOverlappingRowsTakeThePelByPelResult)
+{
+    support::Rng rng(7);
+    for (int count = 1; count <= 40; ++count)
+        for (int shift = -3; shift <= 3; ++shift)
+            for (int which = 0; which < 2; ++which) {
+                // [4 guard][dst, count][4 guard][other source, count]
+                const std::vector<support::u32> start = support::RandomRow(rng, 2 * count + 8);
+                std::vector<support::u32> want = start, got = start;
+                const auto run = [&](std::vector<support::u32>& mem, auto composit) {
+                    char* dst = reinterpret_cast<char*>(mem.data() + 4);
+                    const char* moved = dst + shift * 4;
+                    const char* other = reinterpret_cast<char*>(mem.data() + count + 8);
+                    composit(dst, which ? moved : other, which ? other : moved, count);
+                };
+                run(want, Kernels::kCompositScalar.composit);
+                run(got, Kernels::RunComposit);
+                ASSERT_EQ(want, got) << "count " << count << " shift " << shift;
+            }
+}
+
 // Every fraction 0..256, and fractions beyond the range, where a block could wrap.
 TEST(CrawlKernels, EveryVariantMatchesScalarAtEveryFraction)
 {
