@@ -65,8 +65,9 @@ FLOWER_API u8* alloc_buffer(i32 size, FreeFunction* outFree, void** outFreeData)
 // Zero-filled `size` bytes through the zeroing hook, falling back to calloc; null on failure.
 FLOWER_API u8* alloc_buffer_zero(i32 size, FreeFunction* outFree, void** outFreeData);
 
-// Uninitialised packed pixels (pitch = width x 4) through the pixel hook. Null, with nothing
-// stored through outRowBytes, on failure; the defaults refuse sizes past 2^31 - 1 bytes.
+// Uninitialised packed pixels (pitch = width x 4) through the pixel hook, falling back to
+// the default when the hook fails. Null, with nothing stored through outRowBytes, on
+// failure or a null outRowBytes; the defaults refuse sizes past 2^31 - 1 bytes.
 FLOWER_API u8* alloc_raw_pels(u32 width, u32 height, u32* outRowBytes, FreeFunction* outFree,
                               void** outFreeData);
 

@@ -123,20 +123,28 @@ u8* alloc_buffer_zero(i32 size, FreeFunction* outFree, void** outFreeData)
     return AllocBufferZeroChain(size, outFree, outFreeData);
 }
 
+// A null pitch pointer fails before any hook sees it, and a host's pixel hook
+// that fails falls back to the default steps without the caller knowing.
 u8* alloc_raw_pels(u32 width, u32 height, u32* outRowBytes, FreeFunction* outFree,
                    void** outFreeData)
 {
-    if (pel_alloc)
-        return pel_alloc(width, height, outRowBytes, outFree, outFreeData, pel_alloc_data);
+    if (!outRowBytes)
+        return nullptr;
+    if (pel_alloc != raw_pel_alloc)
+        if (u8* pels = pel_alloc(width, height, outRowBytes, outFree, outFreeData, pel_alloc_data))
+            return pels;
     return raw_pel_alloc(width, height, outRowBytes, outFree, outFreeData, nullptr);
 }
 
 u8* alloc_zero_pels(u32 width, u32 height, u32* outRowBytes, FreeFunction* outFree,
                     void** outFreeData)
 {
-    if (pel_alloc_zero)
-        return pel_alloc_zero(width, height, outRowBytes, outFree, outFreeData,
-                              pel_alloc_zero_data);
+    if (!outRowBytes)
+        return nullptr;
+    if (pel_alloc_zero != zero_pel_alloc)
+        if (u8* pels = pel_alloc_zero(width, height, outRowBytes, outFree, outFreeData,
+                                      pel_alloc_zero_data))
+            return pels;
     return zero_pel_alloc(width, height, outRowBytes, outFree, outFreeData, nullptr);
 }
 

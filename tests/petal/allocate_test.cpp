@@ -24,6 +24,12 @@ u8* CountingPels(u32 width, u32 height, u32* outRowBytes, FreeFunction* outFree,
                                                     outFreeData, nullptr);
 }
 
+template <bool kZero> u8* FailingPels(u32 width, u32 height, u32*, FreeFunction*, void**, void*)
+{
+    Log(kZero ? "failing-zero-pels" : "failing-pels", width * height);
+    return nullptr;
+}
+
 using PelAlloc = u8* (*)(u32, u32, u32*, FreeFunction*, void**);
 
 // The pitch of a block allocated and freed through its own pair; 0 for a failure
@@ -98,6 +104,20 @@ TEST_F(Allocate, PelHooksGetTheirDataAndNullsRestoreTheDefaults)
     EXPECT_EQ(PitchOf(alloc_raw_pels, 4, 1), 16u);
     EXPECT_EQ(PitchOf(alloc_zero_pels, 4, 1), 16u);
     EXPECT_EQ(Events(), (Strings{"pels:4", "zero-pels:4"}));
+}
+
+// A pixel hook that fails is passed over for the default pixel allocator; a
+// null pitch pointer never reaches the hook at all.
+TEST_F(Allocate, FailingPelHooksFallBackToTheDefaults)
+{
+    SetPelAllocator(FailingPels<false>, &gDatumA, FailingPels<true>, &gDatumB);
+    FreeFunction freeFunction = nullptr;
+    void* freeData = nullptr;
+    EXPECT_EQ(alloc_raw_pels(2, 2, nullptr, &freeFunction, &freeData), nullptr);
+    EXPECT_EQ(alloc_zero_pels(2, 2, nullptr, &freeFunction, &freeData), nullptr);
+    EXPECT_EQ(PitchOf(alloc_raw_pels, 3, 2), 12u);
+    EXPECT_EQ(PitchOf(alloc_zero_pels, 3, 2), 12u);
+    EXPECT_EQ(Events(), (Strings{"failing-pels:6", "failing-zero-pels:6"}));
 }
 
 } // namespace
