@@ -144,7 +144,8 @@ class PixmanImage {
 };
 
 // Largest channel difference between Flower's straight result (premultiplied
-// here) and pixman's premultiplied one. Rounding differs, so 1 or 2 is normal.
+// here) and pixman's premultiplied one. Both round at different steps: 1 on
+// title content and 3 on random translucent pels are expected.
 int MaxPremultipliedDifference(const Pels& flower, const Pels& pixman)
 {
     int worst = 0;
@@ -158,7 +159,7 @@ int MaxPremultipliedDifference(const Pels& flower, const Pels& pixman)
     return worst;
 }
 
-constexpr int kAgreement = 3;
+constexpr int kAgreement = 4;
 
 void PixmanOver(pixman_image_t* dst, pixman_image_t* top)
 {
@@ -201,10 +202,12 @@ void PixmanComposit(benchmark::State& state, const Pels& bottom, const Pels& top
         return;
     }
     PixmanOver(dst.get(), src.get());
-    if (MaxPremultipliedDifference(flowerFrame, pmBottom) > kAgreement) {
+    const int disagreement = MaxPremultipliedDifference(flowerFrame, pmBottom);
+    if (disagreement > kAgreement) {
         state.SkipWithError("pixman and Flower disagree");
         return;
     }
+    state.counters["max_channel_diff"] = disagreement;
     for (auto _ : state) {
         PixmanOver(dst.get(), src.get());
         benchmark::ClobberMemory();
