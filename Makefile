@@ -35,7 +35,7 @@ build/release/CMakeCache.txt: | deps
 
 build/sanitize/CMakeCache.txt: | deps
 	CC=clang CXX=clang++ cmake -S . -B build/sanitize -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-	  -DFLOWER_SANITIZE=address,undefined -DFLOWER_BUILD_BENCH=OFF $(CMAKE_COMMON)
+	  -DFLOWER_SANITIZE=address,undefined $(CMAKE_COMMON)
 
 build/thread/CMakeCache.txt: | deps
 	cmake -S . -B build/thread -DCMAKE_BUILD_TYPE=RelWithDebInfo \
