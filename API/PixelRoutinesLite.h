@@ -145,9 +145,8 @@ FLOWER_API int CompositWithOpacity(char* dst, int dstPitch, const char* bottom, 
 // Alpha-weighted mix of straight-colour pels (weights 0..256 summing to 256):
 // with ea = Aa.weightA, eb = Ab.weightB, colour (Cb.eb + Ca.ea) / (ea + eb),
 // alpha (ea + eb) >> 8, truncating; 0 where ea + eb is 0. Equal pels pass.
-FLOWER_API int CrossFade(char* dst, int dstPitch, const char* srcA, int srcAPitch,
-                         const char* srcB, int srcBPitch, int width, int height, int weightA,
-                         int weightB);
+FLOWER_API int CrossFade(char* dst, int dstPitch, const char* srcA, int srcAPitch, const char* srcB,
+                         int srcBPitch, int width, int height, int weightA, int weightB);
 
 // Linear mix of all four channels, (Xb.weightB + Xa.weightA) / 256 truncating,
 // for pels whose colour is already weighted by their shape. Equal pels pass.
@@ -208,6 +207,51 @@ FLOWER_API int ShapedSubpixCrawlBlit(char* dst, int dstPitch, const char* src, i
                                      int leftEdge, int leftFadeWidth, int rightEdge,
                                      int rightFadeWidth);
 
+// --- The portable routine set ------------------------------------------------
+// What SelectCEEFunctions puts in the table. Hosts may call them directly, or
+// put them back into the table after installing routines of their own.
+
+FLOWER_API void CEE_PreOp(tagMMXState* state);
+FLOWER_API void CEE_PostOp(tagMMXState* state);
+FLOWER_API void CEE_CheckTimeSlice(tagMMXState* state);
+
+FLOWER_API int CEE_ScanlineBlit(char* dst, const char* src, int count);
+FLOWER_API int CEE_ScanlineBlitColour(char* dst, int count, int colour);
+FLOWER_API int CEE_ScanlineCrossFade(char* dst, const char* srcA, const char* srcB, int count,
+                                     int weightA, int weightB);
+FLOWER_API int CEE_ScanlineShapedCrossFade(char* dst, const char* srcA, const char* srcB, int count,
+                                           int weightA, int weightB);
+FLOWER_API int CEE_ScanlineComposit(char* dst, const char* bottom, const char* top, int count);
+FLOWER_API int CEE_ScanlineCompositWithOpacity(char* dst, const char* bottom, const char* top,
+                                               int count, int bottomOpacity, int topOpacity);
+FLOWER_API int CEE_ScanlineFade(char* dst, const char* src, int count, int level);
+FLOWER_API int CEE_ScanlinePreMultAlpha(char* dst, const char* src, int count);
+
+// Crawls.
+FLOWER_API int CEE_ScanlineCrawlGradientBlit(char* dst, const char* src, int count, int level,
+                                             int levelStep);
+FLOWER_API int CEE_ScanlineSubpixCrawlBlit(char* dst, const char* src, int count, int fraction);
+FLOWER_API int CEE_ScanlineSubpixCrawlGradientBlit(char* dst, const char* src, int count,
+                                                   int fraction, int level, int levelStep);
+FLOWER_API int CEE_ScanlineShapedSubpixCrawlBlit(char* dst, const char* src, int count,
+                                                 int fraction);
+FLOWER_API int CEE_ScanlineShapedSubpixCrawlGradientBlit(char* dst, const char* src, int count,
+                                                         int fraction, int level, int levelStep);
+
+// Rolls.
+FLOWER_API int CEE_RollCopyData(char* dst, const char* src, int width, int height, int dstPitch,
+                                int srcPitch, int startLine, int lineStep, int period,
+                                int topFadeEnd, int topFadeWidth, int bottomFadeStart,
+                                int bottomFadeWidth);
+FLOWER_API int CEE_RollBlitDataSubPix(char* dst, const char* src, int width, int height,
+                                      int dstPitch, int srcPitch, int startLine, int lineStep,
+                                      int fraction, int period, int filterStrength, int topFadeEnd,
+                                      int topFadeWidth, int bottomFadeStart, int bottomFadeWidth);
+FLOWER_API int CEE_RollBlitDataSubPixNoFilter(char* dst, const char* src, int width, int height,
+                                              int dstPitch, int srcPitch, int startLine,
+                                              int lineStep, int fraction, int period,
+                                              int topFadeEnd, int topFadeWidth, int bottomFadeStart,
+                                              int bottomFadeWidth);
 
 } // extern "C"
 

@@ -8,7 +8,7 @@
 // their intended ranges wrap as the 32-bit machine arithmetic would: products
 // are formed in u32 and converted back before the signed division.
 #include "PixelRoutinesLite/BufferTable.h"
-#include "PixelRoutinesLite/CEE.h"
+#include "PixelRoutinesLite.h"
 #include "PixelRoutinesLite/CompositKernels.h"
 #include "PixelRoutinesLite/PelIO.h"
 #include "PixelRoutinesLite/PelMix.h"

@@ -1,7 +1,7 @@
 // The buffer routine table: its twenty slots, the no-op hooks of the portable
 // set, and the functions that empty or fill the table.
 #include "PixelRoutinesLite/BufferTable.h"
-#include "PixelRoutinesLite/CEE.h"
+#include "PixelRoutinesLite.h"
 
 using BufferTable::Unselected;
 

@@ -6,7 +6,7 @@
 // with fadeStart = leftEdge - leftFadeWidth and fadeEnd = rightEdge + rightFadeWidth. The plan
 // depends only on the edges and the width, so it is built once per call.
 #include "PixelRoutinesLite/BufferTable.h"
-#include "PixelRoutinesLite/CEE.h"
+#include "PixelRoutinesLite.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -12,7 +12,7 @@
 //
 // These are the reference kernels of the sub-pixel filters; faster sets must match them bit
 // for bit and are chosen beneath the CEE_ entries, once.
-#include "PixelRoutinesLite/CEE.h"
+#include "PixelRoutinesLite.h"
 #include "PixelRoutinesLite/CrawlKernels.h"
 #include "PixelRoutinesLite/PelIO.h"
 #include "PixelRoutinesLite/PelMix.h"

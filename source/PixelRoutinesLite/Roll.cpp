@@ -6,7 +6,7 @@
 // call defined. A period below 1 would make the reduction of the start line
 // endless; the routines return 0 at once instead (see PixelRoutinesLite.h).
 #include "PixelRoutinesLite/BufferTable.h"
-#include "PixelRoutinesLite/CEE.h"
+#include "PixelRoutinesLite.h"
 #include "PixelRoutinesLite/PelIO.h"
 
 #include <algorithm>
