@@ -2,8 +2,10 @@
 # that set's flags, so nothing else can pick up wider instructions by accident.
 option(FLOWER_VECTOR_KERNELS "Build the SSE2/AVX2 row kernels (x86-64 only)" ON)
 
+# The scaler's variants live beside it in florist and follow the same rule.
 file(GLOB KERNEL_VARIANT_SOURCES CONFIGURE_DEPENDS
-     ${CMAKE_CURRENT_LIST_DIR}/*_sse2.cpp ${CMAKE_CURRENT_LIST_DIR}/*_avx2.cpp)
+     ${CMAKE_CURRENT_LIST_DIR}/*_sse2.cpp ${CMAKE_CURRENT_LIST_DIR}/*_avx2.cpp
+     ${PROJECT_SOURCE_DIR}/source/florist/*_avx2.cpp)
 
 if(FLOWER_VECTOR_KERNELS AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
   set(KERNEL_FLAGS_SSE2 -msse2)

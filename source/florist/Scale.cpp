@@ -15,13 +15,9 @@
 
 #include "florist.h"
 #include "florist/LayerRows.h"
+#include "florist/ScaleKernels.h"
 #include "stem.h"
-
-#if (defined(__x86_64__) || defined(__i386__)) && defined(__GNUC__)
-#include <immintrin.h>
-#define FLOWER_SCALE_AVX2 1
-#define FLOWER_TARGET_AVX2 __attribute__((target("avx2")))
-#endif
+#include "thorn/CpuFeatures.h"
 
 using Florist::i64;
 
@@ -179,143 +175,42 @@ inline void AddRow(Sums& sums, double& rest, const Pel* p, double rowWeight, con
     }
 }
 
-// Vertical taps and read positions of one destination row.
-struct RowFootprint {
-    const Pel* const* rows;
-    Taps v;
-    double vRatio;
-};
-
-Pel FilterPel(const RowFootprint& f, i64 column, const Taps& h, double hRatio)
+Pel FilterPel(const Kernels::ScaleRowJob& job, const Taps& v, i64 column, const Taps& h)
 {
     Sums sums;
     double rest = 1.0;
-    const Taps& v = f.v;
-    AddRow(sums, rest, f.rows[0] + column, v.first, h, hRatio, true);
+    const double hRatio = job.hRatio;
+    AddRow(sums, rest, job.rows[0] + column, v.first, h, hRatio, true);
     for (i32 i = 1; i <= v.middle; ++i)
-        AddRow(sums, rest, f.rows[i] + column, f.vRatio, h, hRatio, true);
+        AddRow(sums, rest, job.rows[i] + column, job.vRatio, h, hRatio, true);
     if (v.hasLast)
-        AddRow(sums, rest, f.rows[v.middle + 1] + column, v.last, h, hRatio, false);
+        AddRow(sums, rest, job.rows[v.middle + 1] + column, v.last, h, hRatio, false);
     // The corner, when skipped, is still the last pixel read.
-    sums.Add(f.rows[v.Total() - 1][column + h.Total() - 1], rest);
+    sums.Add(job.rows[v.Total() - 1][column + h.Total() - 1], rest);
     return sums.Result();
 }
 
-void ProducePortableRow(Pel* dst, const ScanlineControl& ctl, const RowFootprint& f)
+// The reference: the vector sets are proven against this loop.
+void ProduceScalarRow(Pel* dst, const Kernels::ScaleRowJob& job)
 {
-    const tagScaleIP_SCALE& scale = *ctl.scale;
-    const double hRatio = scale.horizontal[0].ratio;
-    const tagScaleList* hEntry = scale.horizontal + ctl.firstColumn + 1;
+    const Taps v(*job.vertical);
+    const tagScaleList* hEntry = job.horizontal;
     // Every read position starts at column 0 and moves on together.
     i64 column = 0;
-    for (i32 j = 0; j < ctl.runWidth; ++j) {
-        dst[j] = FilterPel(f, column, Taps(hEntry[j]), hRatio);
+    for (i32 j = 0; j < job.count; ++j) {
+        dst[j] = FilterPel(job, v, column, Taps(hEntry[j]));
         column += hEntry[j].advance;
     }
 }
-
-#ifdef FLOWER_SCALE_AVX2
-
-// The same sums with the four channels of a pel in the lanes of one vector,
-// (b, g, r, a). Each lane still adds its terms in the reference order, and the
-// lane products and the quotients are the same IEEE operations, so the result
-// is the portable one to the bit.
-struct SumsAvx2 {
-    __m256d sums;
-
-    FLOWER_TARGET_AVX2 SumsAvx2() : sums(_mm256_setzero_pd()) {}
-
-    // (b.a, g.a, r.a, a) as exact integers; madd is exact for 8-bit factors.
-    FLOWER_TARGET_AVX2 static __m256d Terms(Pel p)
-    {
-        const __m128i channels = _mm_cvtepu8_epi32(_mm_cvtsi32_si128(static_cast<int>(p)));
-        const __m128i alpha = _mm_shuffle_epi32(channels, _MM_SHUFFLE(3, 3, 3, 3));
-        const __m128i factors = _mm_blend_epi16(alpha, _mm_set1_epi32(1), 0xC0);
-        return _mm256_cvtepi32_pd(_mm_madd_epi16(channels, factors));
-    }
-
-    FLOWER_TARGET_AVX2 void Add(Pel p, double w)
-    {
-        sums = _mm256_add_pd(sums, _mm256_mul_pd(Terms(p), _mm256_set1_pd(w)));
-    }
-
-    // ClampChannel per lane: min/max before the truncation give its three cases.
-    FLOWER_TARGET_AVX2 Pel Result() const
-    {
-        const double a = _mm256_cvtsd_f64(_mm256_permute4x64_pd(sums, _MM_SHUFFLE(3, 3, 3, 3)));
-        const u32 alpha = ClampChannel(a);
-        if (alpha == 0)
-            return 0;
-        __m256d q = _mm256_div_pd(sums, _mm256_set1_pd(double(alpha)));
-        q = _mm256_max_pd(_mm256_min_pd(q, _mm256_set1_pd(255.0)), _mm256_setzero_pd());
-        __m128i bgra = _mm_insert_epi32(_mm256_cvttpd_epi32(q), static_cast<int>(alpha), 3);
-        bgra = _mm_packus_epi32(bgra, bgra);
-        return Pel(static_cast<u32>(_mm_cvtsi128_si32(_mm_packus_epi16(bgra, bgra))));
-    }
-};
-
-FLOWER_TARGET_AVX2 inline void AddRowAvx2(SumsAvx2& sums, double& rest, const Pel* p,
-                                          double rowWeight, const Taps& h, double hRatio,
-                                          bool withCorner)
-{
-    double w = rowWeight * h.first;
-    sums.Add(p[0], w);
-    rest -= w;
-    w = rowWeight * hRatio;
-    for (i32 k = 1; k <= h.middle; ++k) {
-        sums.Add(p[k], w);
-        rest -= w;
-    }
-    if (h.hasLast && withCorner) {
-        w = rowWeight * h.last;
-        sums.Add(p[h.middle + 1], w);
-        rest -= w;
-    }
-}
-
-FLOWER_TARGET_AVX2 Pel FilterPelAvx2(const RowFootprint& f, i64 column, const Taps& h,
-                                     double hRatio)
-{
-    SumsAvx2 sums;
-    double rest = 1.0;
-    const Taps& v = f.v;
-    AddRowAvx2(sums, rest, f.rows[0] + column, v.first, h, hRatio, true);
-    for (i32 i = 1; i <= v.middle; ++i)
-        AddRowAvx2(sums, rest, f.rows[i] + column, f.vRatio, h, hRatio, true);
-    if (v.hasLast)
-        AddRowAvx2(sums, rest, f.rows[v.middle + 1] + column, v.last, h, hRatio, false);
-    sums.Add(f.rows[v.Total() - 1][column + h.Total() - 1], rest);
-    return sums.Result();
-}
-
-FLOWER_TARGET_AVX2 void ProduceAvx2Row(Pel* dst, const ScanlineControl& ctl, const RowFootprint& f)
-{
-    const tagScaleIP_SCALE& scale = *ctl.scale;
-    const double hRatio = scale.horizontal[0].ratio;
-    const tagScaleList* hEntry = scale.horizontal + ctl.firstColumn + 1;
-    i64 column = 0;
-    for (i32 j = 0; j < ctl.runWidth; ++j) {
-        dst[j] = FilterPelAvx2(f, column, Taps(hEntry[j]), hRatio);
-        column += hEntry[j].advance;
-    }
-}
-
-bool HasAvx2()
-{
-    static const bool has = __builtin_cpu_supports("avx2");
-    return has;
-}
-
-#endif
 
 void ProduceRow(Pel* dst, const ScanlineControl& ctl, const tagScaleList& vEntry)
 {
-    const RowFootprint f{ctl.rowPointers, Taps(vEntry), ctl.scale->vertical[0].ratio};
-#ifdef FLOWER_SCALE_AVX2
-    if (HasAvx2())
-        return ProduceAvx2Row(dst, ctl, f);
-#endif
-    ProducePortableRow(dst, ctl, f);
+    const tagScaleIP_SCALE& scale = *ctl.scale;
+    const Kernels::ScaleRowJob job{
+        ctl.rowPointers,           &vEntry,
+        scale.vertical[0].ratio,   scale.horizontal + ctl.firstColumn + 1,
+        scale.horizontal[0].ratio, ctl.runWidth};
+    Kernels::ActiveScaleSet().produceRow(dst, job);
 }
 
 // Zero-copy intake: the caller wrote the newest line into the ring already.
@@ -355,6 +250,29 @@ bool TakeCopiedLine(ScanlineControl& ctl, const Pel* src, const tagScaleList& v)
 }
 
 } // namespace
+
+const Kernels::ScaleSet Kernels::kScaleScalar = {"scalar", ProduceScalarRow};
+
+int Kernels::RunnableScaleSets(const ScaleSet* out[2])
+{
+    int n = 0;
+    out[n++] = &kScaleScalar;
+#if defined(FLOWER_X86_KERNELS)
+    if (CpuFeatures::HasAVX2())
+        out[n++] = &kScaleAVX2;
+#endif
+    return n;
+}
+
+// Chosen on first use; a function-local static is safe at load time and race-free.
+const Kernels::ScaleSet& Kernels::ActiveScaleSet()
+{
+    static const ScaleSet* const active = [] {
+        const ScaleSet* sets[2];
+        return sets[RunnableScaleSets(sets) - 1];
+    }();
+    return *active;
+}
 
 extern "C" {
 

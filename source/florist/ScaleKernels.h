@@ -1,0 +1,39 @@
+// Scaler row kernels. Every set returns exactly what kScaleScalar returns; only
+// speed differs. A set sums the doubles of each output pel in the reference
+// order, so sets may differ in how many pels they work on at once, never in the
+// order of one pel's terms.
+#ifndef FLOWER_SOURCE_SCALEKERNELS_H
+#define FLOWER_SOURCE_SCALEKERNELS_H
+
+#include "florist.h"
+
+namespace Kernels {
+
+// One destination row: its footprint of source rows and the list entries that
+// say how to read them. Every read position starts at column 0 of the rows.
+struct ScaleRowJob {
+    const Pel* const* rows;         // the footprint's rows, first to last
+    const tagScaleList* vertical;   // the destination row's entry
+    double vRatio;                  // weight of the middle rows
+    const tagScaleList* horizontal; // the first output column's entry, then one per pel
+    double hRatio;                  // weight of the middle columns
+    i32 count;                      // output pels
+};
+
+struct ScaleSet {
+    const char* name; // "scalar", "avx2"
+    void (*produceRow)(Pel* dst, const ScaleRowJob& job);
+};
+
+extern const ScaleSet kScaleScalar, kScaleAVX2;
+
+// Fills `out` with the sets this build holds and this CPU runs, scalar first and
+// best last; returns how many.
+int RunnableScaleSets(const ScaleSet* out[2]);
+
+// The one dispatch point: the best runnable set, chosen on first use.
+const ScaleSet& ActiveScaleSet();
+
+} // namespace Kernels
+
+#endif

@@ -1,0 +1,119 @@
+// Every scaler set this CPU runs against the scalar set, bit for bit, on real
+// scale lists: each job reads exactly the footprint it is given, so a kernel
+// reading past it trips the sanitizers, and a pel written past the run shows.
+#include "florist/ScaleKernels.h"
+#include "support/Rng.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Kernels::ScaleSet;
+using support::u32;
+
+struct Axis {
+    int in, out;
+};
+
+// Rows of random pels sized to what one destination row reads.
+struct Footprint {
+    std::vector<std::vector<Pel>> rows;
+    std::vector<const Pel*> pointers;
+};
+
+std::vector<tagScaleList> MakeList(Axis axis)
+{
+    std::vector<tagScaleList> list(std::size_t(axis.out) + 1);
+    EXPECT_TRUE(ScaleGenScaleList(list.data(), axis.in, axis.out));
+    return list;
+}
+
+// Pels one entry reads along its axis: the first, the whole middle ones, and
+// the last when it carries weight.
+int Reads(const tagScaleList& e)
+{
+    if (e.count == -1)
+        return 1;
+    return 1 + e.count + (e.lastWeight > 0 ? 1 : 0);
+}
+
+Footprint RandomFootprint(const tagScaleList& vEntry, const tagScaleList* hEntry, int count,
+                          support::Rng& rng)
+{
+    long width = 0, column = 0;
+    for (int j = 0; j < count; ++j) {
+        width = std::max(width, column + Reads(hEntry[j]));
+        column += hEntry[j].advance;
+    }
+    Footprint f;
+    for (int i = 0; i < Reads(vEntry); ++i) {
+        f.rows.push_back(std::vector<Pel>(std::size_t(width)));
+        for (Pel& p : f.rows.back())
+            p = rng.Pel();
+    }
+    for (const auto& row : f.rows)
+        f.pointers.push_back(row.data());
+    return f;
+}
+
+// Shrinks by integer and odd ratios, enlarges, equal sizes and 1-pixel axes.
+const Axis kAxes[] = {{1, 1},   {1, 7},   {7, 1},   {5, 5},   {2, 3},    {3, 2},
+                      {10, 3},  {64, 67}, {67, 64}, {99, 13}, {13, 99},  {200, 67},
+                      {48, 96}, {96, 48}, {37, 36}, {36, 37}, {300, 41}, {1, 70}};
+
+TEST(ScaleKernels, EveryVariantMatchesScalarOnSeededFootprints)
+{
+    const ScaleSet* sets[2];
+    const int n = Kernels::RunnableScaleSets(sets);
+    support::Rng rng(2024);
+    const Pel guard = 0xDEADBEEF;
+    for (const Axis h : kAxes)
+        for (const Axis v : kAxes)
+            for (int run = 1; run <= 67; ++run) {
+                // A list long enough for the run, entered at a random column.
+                const int times = (run + h.out - 1) / h.out;
+                const Axis wide{h.in * times, h.out * times};
+                const std::vector<tagScaleList> hList = MakeList(wide);
+                const std::vector<tagScaleList> vList = MakeList(v);
+                const int firstColumn = int(rng.Below(u32(wide.out - run + 1)));
+                const int row = 1 + int(rng.Below(u32(v.out)));
+                const Footprint f =
+                    RandomFootprint(vList[row], hList.data() + firstColumn + 1, run, rng);
+                const Kernels::ScaleRowJob job{f.pointers.data(), &vList[row],
+                                               vList[0].ratio,    hList.data() + firstColumn + 1,
+                                               hList[0].ratio,    run};
+                std::vector<Pel> want(std::size_t(run) + 1, guard);
+                Kernels::kScaleScalar.produceRow(want.data(), job);
+                ASSERT_EQ(want[std::size_t(run)], guard);
+                for (int i = 1; i < n; ++i) {
+                    std::vector<Pel> got(std::size_t(run) + 1, guard);
+                    sets[i]->produceRow(got.data(), job);
+                    ASSERT_EQ(want, got) << sets[i]->name << " " << wide.in << "->" << wide.out
+                                         << " x " << v.in << "->" << v.out << " row " << row
+                                         << " first column " << firstColumn << " run " << run;
+                }
+            }
+}
+
+// The variant this machine can run is built and chosen: an x86-64 build
+// missing it is misconfigured, and one that never picks it wastes it.
+TEST(ScaleKernels, BestRunnableSetIsActive)
+{
+    const ScaleSet* sets[2];
+    const int n = Kernels::RunnableScaleSets(sets);
+    EXPECT_EQ(sets[0], &Kernels::kScaleScalar);
+    EXPECT_EQ(&Kernels::ActiveScaleSet(), sets[n - 1]);
+#if defined(__x86_64__) && !defined(FLOWER_SCALAR_KERNELS_ONLY)
+    __builtin_cpu_init();
+    EXPECT_EQ(n, __builtin_cpu_supports("avx2") ? 2 : 1);
+    EXPECT_EQ(std::string(sets[n - 1]->name), n == 2 ? "avx2" : "scalar");
+#else
+    EXPECT_EQ(n, 1);
+#endif
+}
+
+} // namespace
