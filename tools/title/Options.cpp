@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <numeric>
+#include <sstream>
 
 #include "ToolError.h"
 
@@ -52,14 +53,22 @@ int ParseInt(const std::string& text, const std::string& what, long low, long hi
     return int(v);
 }
 
+// Shortest form of a limit for a message: 0.001, 300, not 0.001000, 300.000000.
+std::string Shortest(double v)
+{
+    std::ostringstream out;
+    out << v;
+    return out.str();
+}
+
 double ParseNumber(const std::string& text, const std::string& what, double low, double high)
 {
     errno = 0;
     char* end = nullptr;
     const double v = std::strtod(text.c_str(), &end);
     if (text.empty() || *end != '\0' || errno != 0 || !std::isfinite(v) || v < low || v > high)
-        throw UsageError(what + " must be a number from " + std::to_string(low) + " to " +
-                         std::to_string(high) + ", not '" + text + "'");
+        throw UsageError(what + " must be a number from " + Shortest(low) + " to " +
+                         Shortest(high) + ", not '" + text + "'");
     return v;
 }
 
