@@ -14,12 +14,8 @@ using support::Pelwise;
 using support::u32;
 using R = const support::Rows*;
 
-const support::RowChecks kRows = {1, true, true, true, 2};
-
-unsigned char Byte(u32 v)
-{
-    return static_cast<unsigned char>(v);
-}
+using stemtest::Byte;
+using stemtest::kRows;
 
 TEST(BasicRows, FillsAndChannelSettersMatchModel)
 {

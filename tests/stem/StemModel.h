@@ -3,6 +3,7 @@
 #define FLOWER_TESTS_STEM_STEMMODEL_H
 
 #include "support/PelModel.h"
+#include "support/RowHarness.h"
 
 namespace model {
 
@@ -78,5 +79,19 @@ inline u32 Reverse(u32 composite, u32 bottom)
 }
 
 } // namespace model
+
+namespace stemtest {
+using support::u32;
+
+// How the scanline routines are driven: single rows starting on a pel (they
+// take Pel*), dst as each source in turn, a count of -1, two rounds per count.
+const support::RowChecks kRows = {1, true, true, true, 2};
+
+inline unsigned char Byte(u32 v)
+{
+    return static_cast<unsigned char>(v);
+}
+
+} // namespace stemtest
 
 #endif
