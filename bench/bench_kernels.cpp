@@ -8,29 +8,16 @@
 
 #include "PixelRoutinesLite/CompositKernels.h"
 #include "PixelRoutinesLite/CrawlKernels.h"
+#include "TitleContent.h"
 
 namespace {
 
 constexpr int kWidth = 1920;
 
-// Glyph runs of 3..12 opaque pels between clear gaps of 2..20, each edge anti-aliased
-// over one or two pels: what a rendered line of title text holds.
 std::vector<std::uint32_t> TitleRow(std::uint32_t seed)
 {
     std::mt19937 rng(seed);
-    std::vector<std::uint32_t> row;
-    while (row.size() < kWidth + 1) {
-        for (std::uint32_t gap = 2 + rng() % 19; gap > 0; --gap)
-            row.push_back(rng() & 0xFFFFFFu);
-        for (std::uint32_t edge = 1 + rng() % 2; edge > 0; --edge)
-            row.push_back((1 + rng() % 254) << 24 | 0xF0F0F0u);
-        for (std::uint32_t glyph = 3 + rng() % 10; glyph > 0; --glyph)
-            row.push_back(0xFFF0F0F0u);
-        for (std::uint32_t edge = 1 + rng() % 2; edge > 0; --edge)
-            row.push_back((1 + rng() % 254) << 24 | 0xF0F0F0u);
-    }
-    row.resize(kWidth + 1);
-    return row;
+    return TitleTextRow(rng, kWidth + 1);
 }
 
 // An opaque picture under the text.

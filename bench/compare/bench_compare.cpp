@@ -15,6 +15,7 @@
 #include <random>
 #include <vector>
 
+#include "../TitleContent.h"
 #include "PixelRoutinesLite.h"
 #include "florist.h"
 #include "seed.h"
@@ -31,23 +32,9 @@ using Pels = std::vector<std::uint32_t>;
 
 // --- content ------------------------------------------------------------------
 
-// Glyph runs of 3..12 opaque pels between clear gaps of 2..20, each edge
-// anti-aliased over one or two pels.
 Pels TextRow(std::mt19937& rng)
 {
-    Pels row;
-    while (row.size() < std::size_t(kWidth)) {
-        for (std::uint32_t gap = 2 + rng() % 19; gap > 0; --gap)
-            row.push_back(rng() & 0xFFFFFFu);
-        for (std::uint32_t edge = 1 + rng() % 2; edge > 0; --edge)
-            row.push_back((1 + rng() % 254) << 24 | 0xF0F0F0u);
-        for (std::uint32_t glyph = 3 + rng() % 10; glyph > 0; --glyph)
-            row.push_back(0xFFF0F0F0u);
-        for (std::uint32_t edge = 1 + rng() % 2; edge > 0; --edge)
-            row.push_back((1 + rng() % 254) << 24 | 0xF0F0F0u);
-    }
-    row.resize(kWidth);
-    return row;
+    return TitleTextRow(rng, std::size_t(kWidth));
 }
 
 // Text lines 48 rows tall every 120 rows, each line a few row patterns repeated
