@@ -1,4 +1,4 @@
-// Portable buffer row routines: blits, composites, fades and cross-fades.
+// Portable buffer row routines: blits, fills, fades and cross-fades.
 //
 // Rows are raw bytes with no alignment promise, so pels go through memcpy.
 // Every routine reads pel i before it writes pel i and never looks back, so a
@@ -9,7 +9,6 @@
 // are formed in u32 and converted back before the signed division.
 #include "PixelRoutinesLite/BufferTable.h"
 #include "PixelRoutinesLite.h"
-#include "PixelRoutinesLite/CompositKernels.h"
 #include "PixelRoutinesLite/PelIO.h"
 #include "PixelRoutinesLite/PelMix.h"
 
@@ -21,18 +20,6 @@ namespace {
 
 using PelIO::LoadPel;
 using PelIO::StorePel;
-
-// (x * factor) / divisor in signed 32-bit arithmetic, truncating toward zero.
-int SignedScale(u32 x, int factor, int divisor)
-{
-    const i32 product = static_cast<i32>(x * static_cast<u32>(factor));
-    return product / divisor;
-}
-
-Pel WithAlpha(Pel p, u32 alpha)
-{
-    return (p & 0x00FFFFFFu) | (alpha & 0xFFu) << 24;
-}
 
 // X = (Xb.wb + Xa.wa) / 256 on all four channels, signed and truncating.
 u32 ShapedMix(u32 xa, u32 xb, u32 weightA, u32 weightB)
@@ -76,32 +63,6 @@ int CEE_ScanlineBlitColour(char* dst, int count, int colour)
     const Pel pel = static_cast<Pel>(colour);
     for (int i = 0; i < count; ++i)
         StorePel(dst, i, pel);
-    return 1;
-}
-
-int CEE_ScanlineComposit(char* dst, const char* bottom, const char* top, int count)
-{
-    Kernels::RunComposit(dst, bottom, top, count);
-    return 1;
-}
-
-int CEE_ScanlineCompositWithOpacity(char* dst, const char* bottom, const char* top, int count,
-                                    int bottomOpacity, int topOpacity)
-{
-    // Full opacities are the plain composite, whichever routine the host put
-    // in its slot.
-    if (bottomOpacity == 255 && topOpacity == 255)
-        return BufferTable::CallSlotResult(1, ScanlineComposit, dst, bottom, top, count);
-    for (int i = 0; i < count; ++i) {
-        const Pel t = LoadPel(top, i);
-        const Pel b = LoadPel(bottom, i);
-        const u32 topAlpha = static_cast<u32>(SignedScale(PelAlpha(t), topOpacity, 255)) & 0xFFu;
-        const u32 bottomAlpha =
-            static_cast<u32>(SignedScale(PelAlpha(b), bottomOpacity, 255)) & 0xFFu;
-        // With both alphas replaced, CompositPel's tests and roundings are this
-        // routine's: its sum ta + DivideBy255(ba * (255 - ta)) never passes 255.
-        StorePel(dst, i, CompositPel(WithAlpha(t, topAlpha), WithAlpha(b, bottomAlpha)));
-    }
     return 1;
 }
 
