@@ -78,8 +78,8 @@ FLOWER_API extern ScanlineSubpixCrawlGradientBlitRoutine ScanlineShapedSubpixCra
 // bottomFadeStart fade out over bottomFadeWidth rows, and alpha follows the
 // eased scale 256 - (256 - F)^2 / 256 of the fade factor F (0..256). A zone
 // width of 0 or less has no ramp: the whole zone is transparent. Each roll
-// calls PreOp and PostOp and returns 1. A period below 1 is a caller error:
-// the roll returns 0 at once and touches nothing. Lines must stay inside the
+// calls PreOp and PostOp and returns 1. A period below 1 is a caller error
+// that would loop for ever: the roll returns 1 at once and touches nothing. Lines must stay inside the
 // source: a negative lineStep that takes the line below 0 reads before `src`
 // in the sub-line rolls.
 //

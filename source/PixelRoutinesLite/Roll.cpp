@@ -4,10 +4,11 @@
 // Line numbers are kept in 64 bits so that long rolls and large steps cannot
 // overflow; fade arithmetic is 64-bit as well, which leaves every in-range
 // call defined. A period below 1 would make the reduction of the start line
-// endless; the routines return 0 at once instead (see PixelRoutinesLite.h).
+// endless; the routines return 1 at once instead, writing nothing, as a call
+// that did its work would (see PixelRoutinesLite.h).
 #include "PixelRoutinesLite/BufferTable.h"
 #include "PixelRoutinesLite.h"
-#include "PixelRoutinesLite/PelIO.h"
+#include "PixelRoutinesLite/RollRows.h"
 
 #include <algorithm>
 #include <array>
@@ -18,8 +19,6 @@
 namespace {
 
 using BufferTable::BetweenOpHooks;
-using PelIO::LoadPel;
-using PelIO::StorePel;
 
 // Start from line - period, add period until not negative, subtract it while
 // not below period: the non-negative remainder, computed in one step.
@@ -81,15 +80,6 @@ char* DestRow(char* dst, int row, int dstPitch)
     return dst + static_cast<std::ptrdiff_t>(row) * dstPitch;
 }
 
-void CopyRowScaledAlpha(char* dst, const char* src, int width, u32 scale)
-{
-    for (int x = 0; x < width; ++x) {
-        const Pel p = LoadPel(src, x);
-        const u32 alpha = PelAlpha(p) * scale / 256u;
-        StorePel(dst, x, (p & 0x00FFFFFFu) | (alpha & 0xFFu) << 24);
-    }
-}
-
 void CopyRow(char* dst, const char* src, int width)
 {
     if (width > 0 && dst != src)
@@ -109,35 +99,6 @@ template <std::size_t N> struct LineWeights {
     }
 };
 
-// Colour = sum(C.e) / s and alpha = s >> 8 with e = A.w and s = sum(e), all
-// unsigned; 0 where s is 0. Lines are given top first.
-template <std::size_t N>
-void MixLines(char* dst, const std::array<const char*, N>& lines, const LineWeights<N>& weights,
-              int width)
-{
-    for (int x = 0; x < width; ++x) {
-        Pel p[N];
-        u32 e[N];
-        u32 s = 0;
-        for (std::size_t k = 0; k < N; ++k) {
-            p[k] = LoadPel(lines[k], x);
-            e[k] = PelAlpha(p[k]) * static_cast<u32>(weights.w[k]);
-            s += e[k];
-        }
-        if (s == 0u) {
-            StorePel(dst, x, 0u);
-            continue;
-        }
-        u32 sum[3] = {0, 0, 0};
-        for (std::size_t k = N; k-- > 0;) {
-            sum[0] += PelBlue(p[k]) * e[k];
-            sum[1] += PelGreen(p[k]) * e[k];
-            sum[2] += PelRed(p[k]) * e[k];
-        }
-        StorePel(dst, x, MakePel(sum[0] / s, sum[1] / s, sum[2] / s, s >> 8));
-    }
-}
-
 // Mixes N source lines into every destination row, `linesAt(line)` naming them
 // top first. Without a zone inside the rows the weights stay as they start.
 template <std::size_t N, class LinesAt>
@@ -148,7 +109,7 @@ void MixRolledRows(char* dst, int width, int height, int dstPitch, std::int64_t 
     for (int row = 0; row < height; ++row) {
         if (fades)
             weights.Fade(EasedScale(zones.Factor(row)));
-        MixLines(DestRow(dst, row, dstPitch), linesAt(line), weights, width);
+        RollRows::MixLines(DestRow(dst, row, dstPitch), linesAt(line), weights.w, width);
         line += lineStep;
     }
 }
@@ -175,8 +136,10 @@ int CEE_RollCopyData(char* dst, const char* src, int width, int height, int dstP
                      int startLine, int lineStep, int period, int topFadeEnd, int topFadeWidth,
                      int bottomFadeStart, int bottomFadeWidth)
 {
-    if (dst == nullptr || period < 1)
+    if (dst == nullptr)
         return 0;
+    if (period < 1)
+        return 1;
     const FadeZones zones{topFadeEnd, topFadeWidth, bottomFadeStart, bottomFadeWidth,
                           ZoneEdge::Strict};
     BetweenOpHooks([&](tagMMXState&) {
@@ -190,7 +153,7 @@ int CEE_RollCopyData(char* dst, const char* src, int width, int height, int dstP
             if (Squared256Complement(fade) < 256u)
                 CopyRow(out, in, width);
             else
-                CopyRowScaledAlpha(out, in, width, EasedScale(fade));
+                RollRows::CopyRowScaledAlpha(out, in, width, EasedScale(fade));
             line += lineStep;
         }
     });
@@ -203,7 +166,7 @@ int CEE_RollBlitDataSubPix(char* dst, const char* src, int width, int height, in
                            int bottomFadeStart, int bottomFadeWidth)
 {
     if (period < 1)
-        return 0;
+        return 1;
     std::int64_t line = ReduceLine(startLine, period);
     const LineWeights<3> weights = FilterWeights(fraction, filterStrength, line);
     const FadeZones zones{topFadeEnd, topFadeWidth, bottomFadeStart, bottomFadeWidth,
@@ -225,7 +188,7 @@ int CEE_RollBlitDataSubPixNoFilter(char* dst, const char* src, int width, int he
                                    int bottomFadeStart, int bottomFadeWidth)
 {
     if (period < 1)
-        return 0;
+        return 1;
     const LineWeights<2> weights{{static_cast<int>(256 - std::int64_t(fraction)), fraction}};
     const FadeZones zones{topFadeEnd, topFadeWidth, bottomFadeStart, bottomFadeWidth,
                           ZoneEdge::Inclusive};
