@@ -1,17 +1,19 @@
-# Row kernel variants: only a file named after an instruction set is built with
-# that set's flags, so nothing else can pick up wider instructions by accident.
-option(FLOWER_VECTOR_KERNELS "Build the SSE2/AVX2 row kernels (x86-64 only)" ON)
+# Row kernel variants: only a file named after an instruction set (any area,
+# `<name>_sse2.cpp`, `<name>_avx2.cpp`, `<name>_avx512.cpp`) is built with that
+# set's flags, so nothing else can pick up wider instructions by accident.
+option(FLOWER_VECTOR_KERNELS "Build the SSE2/AVX2/AVX-512 row kernels (x86-64 only)" ON)
 
-# The scaler's variants live beside it in florist and follow the same rule.
 file(GLOB KERNEL_VARIANT_SOURCES CONFIGURE_DEPENDS
-     ${CMAKE_CURRENT_LIST_DIR}/*_sse2.cpp ${CMAKE_CURRENT_LIST_DIR}/*_avx2.cpp
-     ${PROJECT_SOURCE_DIR}/source/florist/*_avx2.cpp)
+     ${PROJECT_SOURCE_DIR}/source/*/*_sse2.cpp
+     ${PROJECT_SOURCE_DIR}/source/*/*_avx2.cpp
+     ${PROJECT_SOURCE_DIR}/source/*/*_avx512.cpp)
 
 if(FLOWER_VECTOR_KERNELS AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
   set(KERNEL_FLAGS_SSE2 -msse2)
   set(KERNEL_FLAGS_AVX2 -mavx2)
+  set(KERNEL_FLAGS_AVX512 -mavx2 -mavx512f -mavx512bw -mavx512vl -mavx512dq)
   foreach(src IN LISTS KERNEL_VARIANT_SOURCES)
-    if(src MATCHES "_(sse2|avx2)\\.cpp$")
+    if(src MATCHES "_(sse2|avx2|avx512)\\.cpp$")
       string(TOUPPER "${CMAKE_MATCH_1}" isa)
       set_property(SOURCE ${src} TARGET_DIRECTORY flower_objects
                    APPEND PROPERTY COMPILE_OPTIONS ${KERNEL_FLAGS_${isa}})
