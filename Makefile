@@ -1,5 +1,6 @@
-# make test : install missing Debian packages, build Release and sanitizer
-#             builds, run every test in each; fails on any failure or report.
+# make test : install missing Debian packages; build Release, Release without
+#             vector kernels, and sanitizer builds; run every test in each;
+#             fails on any failure or report.
 # make demo : build everything, then render out/demo.png and out/demo.y4m
 #             with tools/title (flower-title) from its built-in defaults.
 
@@ -15,7 +16,7 @@ export ASAN_OPTIONS := detect_leaks=1:abort_on_error=1:strict_string_checks=1:de
 export UBSAN_OPTIONS := print_stacktrace=1:halt_on_error=1
 export TSAN_OPTIONS := halt_on_error=1:second_deadlock_stack=1
 
-.PHONY: all deps build test test-release test-sanitize test-thread format clean demo
+.PHONY: all deps build test test-release test-scalar test-sanitize test-thread format clean demo
 
 all: build
 
@@ -37,6 +38,10 @@ build/sanitize/CMakeCache.txt: | deps
 	CC=clang CXX=clang++ cmake -S . -B build/sanitize -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 	  -DFLOWER_SANITIZE=address,undefined $(CMAKE_COMMON)
 
+build/scalar/CMakeCache.txt: | deps
+	cmake -S . -B build/scalar -DCMAKE_BUILD_TYPE=Release -DFLOWER_VECTOR_KERNELS=OFF \
+	  -DFLOWER_BUILD_BENCH=OFF $(CMAKE_COMMON)
+
 build/thread/CMakeCache.txt: | deps
 	cmake -S . -B build/thread -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 	  -DFLOWER_SANITIZE=thread -DFLOWER_BUILD_BENCH=OFF -DFLOWER_BUILD_TOOLS=OFF $(CMAKE_COMMON)
@@ -54,12 +59,17 @@ test-sanitize: build/sanitize/CMakeCache.txt
 	cmake --build build/sanitize -j $(JOBS)
 	cd build/sanitize && ctest --output-on-failure -j $(JOBS)
 
+test-scalar: build/scalar/CMakeCache.txt
+	@echo "=== Release build without vector kernels (g++) ==="
+	cmake --build build/scalar -j $(JOBS)
+	cd build/scalar && ctest --output-on-failure -j $(JOBS)
+
 test-thread: build/thread/CMakeCache.txt
 	@echo "=== ThreadSanitizer build (g++), threading tests ==="
 	cmake --build build/thread -j $(JOBS)
 	cd build/thread && ctest --output-on-failure -j $(JOBS) -L threads
 
-test: test-release test-sanitize test-thread
+test: test-release test-scalar test-sanitize test-thread
 
 DEMO_TOOL := build/release/tools/flower-title
 DEMO_STYLE := --outline 2 --shadow 3
