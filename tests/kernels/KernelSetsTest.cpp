@@ -13,8 +13,9 @@ using Kernels::CompositSet;
 using Kernels::CrawlSet;
 using R = const support::Rows*;
 
-// Any byte offset and sixteen rounds per count: every tail meets every alignment.
-const support::RowChecks kRows = {1, true, true, false, 16};
+// Every pel offset within a 64-byte line for every count: every tail meets
+// every alignment.
+const support::RowChecks kRows = {1, true, true, false, 16, true};
 
 // The variants this machine can run are built: an x86-64 build missing them is misconfigured.
 TEST(KernelSets, BestRunnableSetIsActive)
@@ -81,6 +82,7 @@ TEST(CrawlKernels, EveryVariantMatchesScalarAtEveryFraction)
         fractions.push_back(f);
     support::RowChecks once = kRows;
     once.rounds = 1;
+    once.everyPelOffset = false;
     for (int i = 1; i < n; ++i)
         for (auto row : {&CrawlSet::subpix, &CrawlSet::shapedSubpix})
             for (int f : fractions) {

@@ -10,10 +10,24 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <string>
 #include <vector>
 
 namespace support {
+
+// Storage on a 64-byte line, so that a row's offset within the line is the
+// test's choice: copies keep the alignment.
+template <class T> struct LineAligned {
+    using value_type = T;
+    static constexpr std::size_t kLine = 64;
+    LineAligned() = default;
+    template <class U> LineAligned(const LineAligned<U>&) {}
+    T* allocate(std::size_t n) { return static_cast<T*>(::operator new(n, std::align_val_t(kLine))); }
+    void deallocate(T* p, std::size_t) { ::operator delete(p, std::align_val_t(kLine)); }
+    template <class U> bool operator==(const LineAligned<U>&) const { return true; }
+    template <class U> bool operator!=(const LineAligned<U>&) const { return false; }
+};
 
 // Rows of pels anywhere in memory: a first pel and a signed byte pitch.
 struct Rows {
@@ -35,18 +49,21 @@ struct Rows {
 
 // A width x height block of seeded pels amid random bytes. The pitch has some
 // slack and, when allowed, is negative one time in four; the first pel sits
-// at any byte unless pelAligned. Alphas come in runs half the time, as inside
-// glyphs and between them.
+// at any byte unless pelAligned, at pel `pelOffset` of a 64-byte line when
+// that is 0..15. Alphas come in runs half the time, as inside glyphs and
+// between them.
 struct Buffer {
-    std::vector<char> bytes;
+    std::vector<char, LineAligned<char>> bytes;
     std::size_t origin = 0;
     int pitch = 0;
 
-    Buffer(Rng& rng, int width, int height, bool pelAligned = false, bool mayFlip = true)
+    Buffer(Rng& rng, int width, int height, bool pelAligned = false, bool mayFlip = true,
+           int pelOffset = -1)
     {
         const int lines = std::max(height, 1),
                   span = std::max(width, 0) * 4 + int(rng.Below(3)) * 4;
-        const std::size_t misalign = 4 * rng.Below(8) + (pelAligned ? 0 : rng.Below(4));
+        const std::size_t pel = pelOffset >= 0 ? std::size_t(pelOffset) : rng.Below(8);
+        const std::size_t misalign = 4 * pel + (pelAligned ? 0 : rng.Below(4));
         bytes.resize(std::size_t(span) * std::size_t(lines) + misalign + 16);
         for (char& c : bytes)
             c = char(rng.Next());
@@ -71,6 +88,7 @@ struct RowChecks {
     bool negativeCount = true; // a count of -1 must write nothing
     bool pelAligned = false;   // rows start on a pel (the scanline routines take Pel*)
     int rounds = 2;
+    bool everyPelOffset = false; // 16 rounds, round r putting every row at pel r of a line
 };
 
 // `run` and `want` take (const Rows* rows, int count, int lines), rows[0] the
@@ -81,13 +99,15 @@ template <class Run, class Want>
 void CheckRows(const std::string& name, int sources, Run run, Want want, const RowChecks& opt = {})
 {
     Rng rng(std::hash<std::string>()(name));
-    for (int round = 0; round < opt.rounds; ++round)
+    const int rounds = opt.everyPelOffset ? 16 : opt.rounds;
+    for (int round = 0; round < rounds; ++round)
         for (int n = opt.negativeCount ? -1 : 0; n <= 67; ++n) {
             const int lines =
                 opt.maxLines > 1 ? rng.Pick({0, -1, opt.maxLines}, 1, opt.maxLines) : 1;
             std::vector<Buffer> start;
             for (int k = 0; k <= sources; ++k)
-                start.emplace_back(rng, n, lines, opt.pelAligned, opt.maxLines > 1);
+                start.emplace_back(rng, n, lines, opt.pelAligned, opt.maxLines > 1,
+                                   opt.everyPelOffset ? round : -1);
             for (int y = 0; y < lines && sources >= 2; ++y)
                 for (int x = 0; x < n; ++x)
                     if (rng.Below(8) == 0)
@@ -105,7 +125,8 @@ void CheckRows(const std::string& name, int sources, Run run, Want want, const R
                 want(layout(expected).data(), n, lines);
                 for (int k = 0; k <= sources; ++k)
                     if (got[std::size_t(k)].bytes != expected[std::size_t(k)].bytes) {
-                        ADD_FAILURE() << name << ": count " << n << " lines " << lines
+                        ADD_FAILURE() << name << ": count " << n << " round " << round
+                                      << " lines " << lines
                                       << " into row " << into << " differs in row " << k;
                         return;
                     }
