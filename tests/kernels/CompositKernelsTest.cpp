@@ -1,37 +1,28 @@
-// Every kernel set this CPU runs against the scalar set, bit for bit, including
-// the bytes around the row and rows that alias their sources.
+// Every composite kernel set this CPU runs against the scalar set, bit for bit,
+// including the bytes around the row and rows that alias their sources.
 #include "PixelRoutinesLite/CompositKernels.h"
-#include "PixelRoutinesLite/CrawlKernels.h"
 #include "support/RowHarness.h"
-
-#include <climits>
-#include <string>
 
 namespace {
 
-using Kernels::CompositSet;
-using Kernels::CrawlSet;
 using R = const support::Rows*;
 
 // Every pel offset within a 64-byte line for every count: every tail meets
 // every alignment.
 const support::RowChecks kRows = {1, true, true, false, 16, true};
 
+using Kernels::CompositSet;
+
 // The variants this machine can run are built: an x86-64 build missing them is misconfigured.
-TEST(KernelSets, BestRunnableSetIsActive)
+TEST(CompositKernels, BestRunnableSetIsActive)
 {
     const CompositSet* composit[3];
     const int nComposit = Kernels::RunnableCompositSets(composit);
     EXPECT_EQ(composit[0], &Kernels::kCompositScalar);
     EXPECT_EQ(&Kernels::ActiveCompositSet(), composit[nComposit - 1]);
-    const CrawlSet* crawl[2];
-    const int nCrawl = Kernels::RunnableCrawlSets(crawl);
-    EXPECT_EQ(crawl[0], &Kernels::kCrawlScalar);
-    EXPECT_EQ(&Kernels::ActiveCrawlSet(), crawl[nCrawl - 1]);
 #if defined(__x86_64__) && !defined(FLOWER_SCALAR_KERNELS_ONLY)
     __builtin_cpu_init();
     EXPECT_EQ(nComposit, __builtin_cpu_supports("avx2") ? 3 : 2);
-    EXPECT_EQ(nCrawl, 2);
 #endif
 }
 
@@ -69,31 +60,6 @@ TEST(CompositKernels, PartlyOverlappingRowsTakeThePelByPelResult)
                 run(want, Kernels::kCompositScalar.composit);
                 run(got, Kernels::RunComposit);
                 ASSERT_EQ(want, got) << "count " << count << " shift " << shift;
-            }
-}
-
-// Every fraction 0..256, and fractions beyond the range, where a block could wrap.
-TEST(CrawlKernels, EveryVariantMatchesScalarAtEveryFraction)
-{
-    const CrawlSet* sets[2];
-    const int n = Kernels::RunnableCrawlSets(sets);
-    std::vector<int> fractions = {-1, 257, 300, -256, INT_MIN, INT_MAX};
-    for (int f = 0; f <= 256; ++f)
-        fractions.push_back(f);
-    support::RowChecks once = kRows;
-    once.rounds = 1;
-    once.everyPelOffset = false;
-    for (int i = 1; i < n; ++i)
-        for (auto row : {&CrawlSet::subpix, &CrawlSet::shapedSubpix})
-            for (int f : fractions) {
-                auto runner = [&](const CrawlSet* set) {
-                    return [set, row, f](R r, int count, int) {
-                        (set->*row)(r[0].base, r[1].base, count, f);
-                    };
-                };
-                support::CheckRows(std::string(sets[i]->name) + " fraction " + std::to_string(f) +
-                                       (row == &CrawlSet::subpix ? " straight" : " shaped"),
-                                   1, runner(sets[i]), runner(sets[0]), f % 16 ? once : kRows);
             }
 }
 
