@@ -59,6 +59,9 @@ std::vector<u32> Pels(Rng& rng, std::size_t count)
     return pels;
 }
 
+// Every draw from the generator is a statement of its own: compilers order
+// the arguments of a call differently, and the sums must not differ.
+
 // Widths grow with the case number, so early cases are short and quick to
 // read, later ones cover vector bodies of any length.
 int Width(Rng& rng, u32 n)
@@ -194,6 +197,8 @@ u32 BufferOpCase(u32 n)
     const int pitch1 = inPlace ? dst.Pitch() : a.Pitch();
     const int w1 = rng.Pick({0, 255, 256}, -300, 300), w2 = rng.Pick({0, 255, 256}, -300, 300);
     const int level = rng.Pick({0, 255, 256}, 0, 256);
+    const int bottomOpacity = rng.Pick({255, 0}, 0, 255);
+    const int topOpacity = rng.Pick({255, 0}, 0, 255);
     switch (n % 8) {
     case 0:
         Blit(dst.Origin(), dst.Pitch(), a.Origin(), a.Pitch(), w, h);
@@ -206,7 +211,7 @@ u32 BufferOpCase(u32 n)
         break;
     case 3:
         CompositWithOpacity(dst.Origin(), dst.Pitch(), src1, pitch1, b.Origin(), b.Pitch(), w, h,
-                            rng.Pick({255, 0}, 0, 255), rng.Pick({255, 0}, 0, 255));
+                            bottomOpacity, topOpacity);
         break;
     case 4:
         CrossFade(dst.Origin(), dst.Pitch(), src1, pitch1, b.Origin(), b.Pitch(), w, h, w1, w2);
@@ -347,8 +352,9 @@ u32 LayerOpCase(u32 n)
     const int w = 1 + int(rng.Below(std::min(8u + n / 8, 200u)));
     const int h = 1 + int(rng.Below(std::min(8u + n / 8, 120u)));
     LayerRef dstParent(SeededLayer(rng, w + 8, h + 8));
-    LayerRef srcParent(
-        SeededLayer(rng, 1 + int(rng.Below(u32(w + 20))), 1 + int(rng.Below(u32(h + 20)))));
+    const int srcWidth = 1 + int(rng.Below(u32(w + 20)));
+    const int srcHeight = 1 + int(rng.Below(u32(h + 20)));
+    LayerRef srcParent(SeededLayer(rng, srcWidth, srcHeight));
     LayerRef odd(SeededLayer(rng, w, 1 + int(rng.Below(u32(h + 4)))));
     LayerRef dst(MaybeClipped(rng, dstParent.layer));
     LayerRef src(MaybeClipped(rng, srcParent.layer));
@@ -397,7 +403,9 @@ u32 ChannelCase(u32 n)
     const int w = 1 + int(rng.Below(std::min(8u + n / 4, 300u))), h = 1 + int(rng.Below(16));
     LayerRef parent(SeededLayer(rng, w + 4, h + 4));
     LayerRef layer(MaybeClipped(rng, parent.layer));
-    Channel* channel = CreateChannel(w + int(rng.Below(4)), h + int(rng.Below(4)));
+    const int channelWidth = w + int(rng.Below(4));
+    const int channelHeight = h + int(rng.Below(4));
+    Channel* channel = CreateChannel(channelWidth, channelHeight);
     GetChannel(channel, layer.layer, int(n % 7));
     const u32 crc =
         Crc32(channel->data, std::size_t(channel->rowBytes) * std::size_t(channel->height));
@@ -451,7 +459,7 @@ TEST_F(CrcSuites, StemRows)
 }
 TEST_F(CrcSuites, BufferOperations)
 {
-    Check(kSuites[1], 0xc740ca64u);
+    Check(kSuites[1], 0x21017599u);
 }
 TEST_F(CrcSuites, Crawls)
 {
@@ -463,11 +471,11 @@ TEST_F(CrcSuites, Rolls)
 }
 TEST_F(CrcSuites, LayerOperations)
 {
-    Check(kSuites[4], 0x4fb04985u);
+    Check(kSuites[4], 0x29b77541u);
 }
 TEST_F(CrcSuites, Channels)
 {
-    Check(kSuites[5], 0x939631f6u);
+    Check(kSuites[5], 0x9b36b181u);
 }
 
 } // namespace
