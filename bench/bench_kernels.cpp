@@ -52,14 +52,14 @@ char* Bytes(std::vector<std::uint32_t>& v)
 
 void CompositSets(benchmark::internal::Benchmark* b)
 {
-    const Kernels::CompositSet* sets[3];
+    const Kernels::CompositSet* sets[4];
     for (int i = 0, n = Kernels::RunnableCompositSets(sets); i < n; ++i)
         b->Arg(i);
 }
 
 void CrawlSets(benchmark::internal::Benchmark* b)
 {
-    const Kernels::CrawlSet* sets[2];
+    const Kernels::CrawlSet* sets[4];
     for (int i = 0, n = Kernels::RunnableCrawlSets(sets); i < n; ++i)
         b->Arg(i);
 }
@@ -67,7 +67,7 @@ void CrawlSets(benchmark::internal::Benchmark* b)
 void RunComposit(benchmark::State& state, const std::vector<std::uint32_t>& top,
                  const std::vector<std::uint32_t>& bottom)
 {
-    const Kernels::CompositSet* sets[3];
+    const Kernels::CompositSet* sets[4];
     Kernels::RunnableCompositSets(sets);
     const Kernels::CompositSet& set = *sets[state.range(0)];
     std::vector<std::uint32_t> out(kWidth);
@@ -93,7 +93,7 @@ BENCHMARK(BM_KernelCompositRandom)->Apply(CompositSets);
 
 void BM_KernelSubpixCrawlTitle(benchmark::State& state)
 {
-    const Kernels::CrawlSet* sets[2];
+    const Kernels::CrawlSet* sets[4];
     Kernels::RunnableCrawlSets(sets);
     const Kernels::CrawlSet& set = *sets[state.range(0)];
     const std::vector<std::uint32_t> src = TitleRow(5);

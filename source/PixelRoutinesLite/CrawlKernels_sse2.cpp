@@ -94,6 +94,26 @@ void ShapedSubpixRow(char* dst, const char* src, int count, int fraction)
     Kernels::kCrawlScalar.shapedSubpix(At(dst, done), At(src, done), count - done, fraction);
 }
 
+// The gradients gain little from four lanes; they stay the reference. Called, not
+// copied into the set: another file's constant is not one here at load time.
+void GradientRow(char* dst, const char* src, int count, int level, int levelStep)
+{
+    Kernels::kCrawlScalar.gradient(dst, src, count, level, levelStep);
+}
+
+void SubpixGradientRow(char* dst, const char* src, int count, int fraction, int level,
+                       int levelStep)
+{
+    Kernels::kCrawlScalar.subpixGradient(dst, src, count, fraction, level, levelStep);
+}
+
+void ShapedSubpixGradientRow(char* dst, const char* src, int count, int fraction, int level,
+                             int levelStep)
+{
+    Kernels::kCrawlScalar.shapedSubpixGradient(dst, src, count, fraction, level, levelStep);
+}
+
 } // namespace
 
-const Kernels::CrawlSet Kernels::kCrawlSSE2 = {"sse2", SubpixRow, ShapedSubpixRow};
+const Kernels::CrawlSet Kernels::kCrawlSSE2 = {
+    "sse2", GradientRow, SubpixRow, SubpixGradientRow, ShapedSubpixRow, ShapedSubpixGradientRow};

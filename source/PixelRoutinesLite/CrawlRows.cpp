@@ -17,7 +17,9 @@
 #include "PixelRoutinesLite/PelIO.h"
 #include "PixelRoutinesLite/PelMix.h"
 #include "inlinepelops.h"
+#include "thorn/CpuFeatures.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace {
@@ -164,16 +166,73 @@ void ShapedSubpixRow(char* dst, const char* src, int count, int fraction)
                      [&](auto filter) { FilterRow(dst, src, count, filter); });
 }
 
+// Rows of the gradient crawls; the level runs in 64 bits whatever the host passes.
+void GradientRow(char* dst, const char* src, int count, int level, int levelStep)
+{
+    std::int64_t running = level;
+    for (int x = 0; x < count; ++x) {
+        StorePel(dst, x, FadeAlpha(running, LoadPel(src, x)));
+        running = NextLevel(running, levelStep);
+    }
+}
+
+void SubpixGradientRow(char* dst, const char* src, int count, int fraction, int level,
+                       int levelStep)
+{
+    if (count < 1)
+        return;
+    WithStraightFilter(fraction, [&](auto filter) {
+        FilterGradientRow(dst, src, count, level, levelStep, filter, FadeAlpha);
+    });
+}
+
+void ShapedSubpixGradientRow(char* dst, const char* src, int count, int fraction, int level,
+                             int levelStep)
+{
+    if (count < 1)
+        return;
+    WithShapedFilter(Complement(fraction), fraction, [&](auto filter) {
+        FilterGradientRow(dst, src, count, level, levelStep, filter, FadeAllChannels);
+    });
+}
+
+// The level of pel `index`: past the first pel the ceiling holds a rising level for good,
+// and a falling one never meets it again.
+std::int64_t LevelAt(int level, int levelStep, int index)
+{
+    if (index == 0)
+        return level;
+    if (levelStep < 0)
+        return NextLevel(level, levelStep) + std::int64_t(index - 1) * levelStep;
+    const std::int64_t unclamped = std::int64_t(level) + std::int64_t(index) * levelStep;
+    return unclamped < kLevelCeiling ? unclamped : kLevelCeiling;
+}
+
 } // namespace
 
-const Kernels::CrawlSet Kernels::kCrawlScalar = {"scalar", SubpixRow, ShapedSubpixRow};
+const Kernels::CrawlSet Kernels::kCrawlScalar = {
+    "scalar", GradientRow, SubpixRow, SubpixGradientRow, ShapedSubpixRow, ShapedSubpixGradientRow};
 
-int Kernels::RunnableCrawlSets(const CrawlSet* out[2])
+bool Kernels::GradientFitsLanes(int level, int levelStep, int count)
+{
+    constexpr int kMaxStep = 1 << 24, kFloor = -(1 << 30);
+    if (level > kLevelCeiling || levelStep < -kMaxStep || levelStep > kMaxStep)
+        return false;
+    // Levels are monotonic along the row: its two ends bound them.
+    return count < 1 ||
+           std::min(std::int64_t(level), LevelAt(level, levelStep, count - 1)) >= kFloor;
+}
+
+int Kernels::RunnableCrawlSets(const CrawlSet* out[4])
 {
     int n = 0;
     out[n++] = &kCrawlScalar;
 #if defined(FLOWER_X86_KERNELS)
     out[n++] = &kCrawlSSE2; // the x86-64 baseline
+    if (CpuFeatures::HasAVX2())
+        out[n++] = &kCrawlAVX2;
+    if (CpuFeatures::HasAVX512())
+        out[n++] = &kCrawlAVX512;
 #endif
     return n;
 }
@@ -183,7 +242,7 @@ int Kernels::RunnableCrawlSets(const CrawlSet* out[2])
 const Kernels::CrawlSet& Kernels::ActiveCrawlSet()
 {
     static const CrawlSet* const active = [] {
-        const CrawlSet* sets[2];
+        const CrawlSet* sets[4];
         return sets[RunnableCrawlSets(sets) - 1];
     }();
     return *active;
@@ -195,11 +254,7 @@ int CEE_ScanlineCrawlGradientBlit(char* dst, const char* src, int count, int lev
 {
     if (RowIsEmpty(dst, count))
         return 0;
-    std::int64_t running = level;
-    for (int x = 0; x < count; ++x) {
-        StorePel(dst, x, FadeAlpha(running, LoadPel(src, x)));
-        running = NextLevel(running, levelStep);
-    }
+    Kernels::ActiveCrawlSet().gradient(dst, src, count, level, levelStep);
     return 1;
 }
 
@@ -216,9 +271,7 @@ int CEE_ScanlineSubpixCrawlGradientBlit(char* dst, const char* src, int count, i
 {
     if (RowIsEmpty(dst, count))
         return 0;
-    WithStraightFilter(fraction, [&](auto filter) {
-        FilterGradientRow(dst, src, count, level, levelStep, filter, FadeAlpha);
-    });
+    Kernels::ActiveCrawlSet().subpixGradient(dst, src, count, fraction, level, levelStep);
     return 1;
 }
 
@@ -235,9 +288,7 @@ int CEE_ScanlineShapedSubpixCrawlGradientBlit(char* dst, const char* src, int co
 {
     if (RowIsEmpty(dst, count))
         return 0;
-    WithShapedFilter(Complement(fraction), fraction, [&](auto filter) {
-        FilterGradientRow(dst, src, count, level, levelStep, filter, FadeAllChannels);
-    });
+    Kernels::ActiveCrawlSet().shapedSubpixGradient(dst, src, count, fraction, level, levelStep);
     return 1;
 }
 

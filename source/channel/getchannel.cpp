@@ -4,6 +4,7 @@
 
 #include "channel.h"
 #include "channel/ChannelInternal.h"
+#include "channel/ChannelKernels.h"
 
 using ChannelInternal::ChannelRow;
 
@@ -12,30 +13,6 @@ namespace {
 // Pels are read as bytes B, G, R, A, so any pixel alignment works.
 enum : int { kBlue, kGreen, kRed, kAlpha, kCoveredLuminance, kLuminance };
 
-inline u32 Weighted(const u8* p)
-{
-    return u32(p[0]) * 29u + u32(p[1]) * 149u + u32(p[2]) * 77u;
-}
-
-void ByteRow(u8* dst, const u8* pels, i32 count, int byte)
-{
-    for (i32 i = 0; i < count; ++i)
-        dst[i] = pels[std::size_t(i) * 4 + std::size_t(byte)];
-}
-
-// (B*29 + G*149 + R*77) * A / 65025, truncating: luminance weighted by coverage.
-void CoveredLuminanceRow(u8* dst, const u8* pels, i32 count)
-{
-    for (i32 i = 0; i < count; ++i, pels += 4)
-        dst[i] = u8(Weighted(pels) * pels[3] / 65025u);
-}
-
-void LuminanceRow(u8* dst, const u8* pels, i32 count)
-{
-    for (i32 i = 0; i < count; ++i, pels += 4)
-        dst[i] = u8(Weighted(pels) / 255u);
-}
-
 void ExtractRow(u8* dst, const u8* pels, i32 count, i32 which)
 {
     switch (which) {
@@ -43,11 +20,11 @@ void ExtractRow(u8* dst, const u8* pels, i32 count, i32 which)
     case kGreen:
     case kRed:
     case kAlpha:
-        return ByteRow(dst, pels, count, which);
+        return Kernels::ActiveChannelSet().byteRow(dst, pels, count, which);
     case kCoveredLuminance:
-        return CoveredLuminanceRow(dst, pels, count);
+        return Kernels::ActiveChannelSet().coveredLuminance(dst, pels, count);
     case kLuminance:
-        return LuminanceRow(dst, pels, count);
+        return Kernels::ActiveChannelSet().luminance(dst, pels, count);
     default:
         std::memset(dst, 0, std::size_t(count));
     }

@@ -19,19 +19,22 @@ using Kernels::CrawlSet;
 // The variants this machine can run are built: an x86-64 build missing them is misconfigured.
 TEST(CrawlKernels, BestRunnableSetIsActive)
 {
-    const CrawlSet* crawl[2];
+    const CrawlSet* crawl[4];
     const int nCrawl = Kernels::RunnableCrawlSets(crawl);
     EXPECT_EQ(crawl[0], &Kernels::kCrawlScalar);
     EXPECT_EQ(&Kernels::ActiveCrawlSet(), crawl[nCrawl - 1]);
 #if defined(__x86_64__) && !defined(FLOWER_SCALAR_KERNELS_ONLY)
-    EXPECT_EQ(nCrawl, 2);
+    __builtin_cpu_init();
+    EXPECT_EQ(nCrawl, __builtin_cpu_supports("avx512bw") ? 4
+                      : __builtin_cpu_supports("avx2")   ? 3
+                                                         : 2);
 #endif
 }
 
 // Every fraction 0..256, and fractions beyond the range, where a block could wrap.
 TEST(CrawlKernels, EveryVariantMatchesScalarAtEveryFraction)
 {
-    const CrawlSet* sets[2];
+    const CrawlSet* sets[4];
     const int n = Kernels::RunnableCrawlSets(sets);
     std::vector<int> fractions = {-1, 257, 300, -256, INT_MIN, INT_MAX};
     for (int f = 0; f <= 256; ++f)
