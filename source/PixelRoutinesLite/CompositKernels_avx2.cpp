@@ -130,9 +130,20 @@ void CompositRow(char* dst, const char* bottom, const char* top, int count)
     int i = 0;
     for (; i + 8 <= count; i += 8)
         Store8(dst, i, Composit8(Load8(top, i), Load8(bottom, i)));
-    Kernels::CompositScalarTail(dst, bottom, top, i, count);
+    const std::ptrdiff_t done = std::ptrdiff_t(i) * 4;
+    Kernels::Scalar::Composit(dst + done, bottom + done, top + done, count - i);
 }
 
 } // namespace
 
-const Kernels::CompositSet Kernels::kCompositAVX2 = {"avx2", CompositRow};
+const Kernels::CompositSet Kernels::kCompositAVX2 = {
+    "avx2",
+    CompositRow,
+    Kernels::Scalar::CompositOnOpaque,
+    Kernels::Scalar::CompositOnColour,
+    Kernels::Scalar::CompositColourOn,
+    Kernels::Scalar::CompositColourOnOpaque,
+    Kernels::Scalar::CompositWithOpacity,
+    Kernels::Scalar::CompositThree,
+    Kernels::Scalar::CompositWithScaledAlphas,
+};

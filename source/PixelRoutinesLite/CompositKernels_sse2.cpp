@@ -133,9 +133,20 @@ void CompositRow(char* dst, const char* bottom, const char* top, int count)
     int i = 0;
     for (; i + 4 <= count; i += 4)
         Store4(dst, i, Composit4(Load4(top, i), Load4(bottom, i)));
-    Kernels::CompositScalarTail(dst, bottom, top, i, count);
+    const std::ptrdiff_t done = std::ptrdiff_t(i) * 4;
+    Kernels::Scalar::Composit(dst + done, bottom + done, top + done, count - i);
 }
 
 } // namespace
 
-const Kernels::CompositSet Kernels::kCompositSSE2 = {"sse2", CompositRow};
+const Kernels::CompositSet Kernels::kCompositSSE2 = {
+    "sse2",
+    CompositRow,
+    Kernels::Scalar::CompositOnOpaque,
+    Kernels::Scalar::CompositOnColour,
+    Kernels::Scalar::CompositColourOn,
+    Kernels::Scalar::CompositColourOnOpaque,
+    Kernels::Scalar::CompositWithOpacity,
+    Kernels::Scalar::CompositThree,
+    Kernels::Scalar::CompositWithScaledAlphas,
+};

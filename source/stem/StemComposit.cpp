@@ -7,6 +7,16 @@ using namespace StemRows;
 
 namespace {
 
+char* Bytes(Pel* row)
+{
+    return reinterpret_cast<char*>(row);
+}
+
+const char* Bytes(const Pel* row)
+{
+    return reinterpret_cast<const char*>(row);
+}
+
 // =============================================================================
 // Reverse composite: given C = T over B and B, estimate T
 // =============================================================================
@@ -90,58 +100,46 @@ inline Pel ReverseCompositPel(Pel composite, Pel bottom)
 // fastest kernel set.
 void Stem::CompositScanline(Pel* dst, const Pel* top, const Pel* bottom, int count)
 {
-    Kernels::RunComposit(reinterpret_cast<char*>(dst), reinterpret_cast<const char*>(bottom),
-                         reinterpret_cast<const char*>(top), count);
+    Kernels::RunComposit(Bytes(dst), Bytes(bottom), Bytes(top), count);
 }
 
 // The bottom's alpha is never consulted, only passed on under a clear top.
 void Stem::CompositOnOpaqueScanline(Pel* dst, const Pel* top, const Pel* bottom, int count)
 {
-    ZipRows(dst, top, bottom, count, [](Pel t, Pel b) {
-        const u32 ta = PelAlpha(t);
-        if (ta == 0u)
-            return b;
-        if (ta == 255u)
-            return t;
-        return BlendOnOpaque(t, b, ta);
-    });
+    if (count > 0)
+        Kernels::CompositSetFor(dst, count, top, bottom)
+            .compositOnOpaque(Bytes(dst), Bytes(bottom), Bytes(top), count);
 }
 
+// A clear colour leaves the top row as it is: a move keeps that true of
+// overlapping rows too.
 void Stem::CompositOnColourScanline(Pel* dst, const Pel* top, int count, Pel colour)
 {
     if (count < 1)
         return;
-    const u32 ca = PelAlpha(colour);
-    if (ca == 0u)
+    if (PelAlpha(colour) == 0u)
         return Stem::MoveScanline(dst, top, count);
-    if (ca == 255u) {
-        return MapRow(dst, top, count, [colour](Pel t) {
-            const u32 ta = PelAlpha(t);
-            if (ta == 255u)
-                return t;
-            if (ta == 0u)
-                return colour;
-            return BlendOnOpaque(t, colour, ta);
-        });
-    }
-    MapRow(dst, top, count, [colour](Pel t) { return CompositPel(t, colour); });
+    Kernels::CompositSetFor(dst, count, top).compositOnColour(Bytes(dst), Bytes(top), count, colour);
 }
 
 void Stem::CompositColourOnScanline(Pel* dst, const Pel* bottom, int count, Pel colour)
 {
+    if (count < 1)
+        return;
     if (PelAlpha(colour) == 255u)
         return Stem::SetScanline(dst, count, colour);
-    MapRow(dst, bottom, count, [colour](Pel b) { return CompositPel(colour, b); });
+    Kernels::CompositSetFor(dst, count, bottom)
+        .compositColourOn(Bytes(dst), Bytes(bottom), count, colour);
 }
 
 void Stem::CompositColourOnOpaqueScanline(Pel* dst, const Pel* bottom, int count, Pel colour)
 {
-    const u32 ca = PelAlpha(colour);
-    if (ca == 255u)
+    if (count < 1)
+        return;
+    if (PelAlpha(colour) == 255u)
         return Stem::SetScanline(dst, count, colour);
-    if (ca == 0u)
-        return MapRow(dst, bottom, count, [](Pel b) { return b; });
-    MapRow(dst, bottom, count, [colour, ca](Pel b) { return BlendOnOpaque(colour, b, ca); });
+    Kernels::CompositSetFor(dst, count, bottom)
+        .compositColourOnOpaque(Bytes(dst), Bytes(bottom), count, colour);
 }
 
 void Stem::ReverseCompositScanline(Pel* dst, const Pel* composite, const Pel* bottom, int count)
@@ -174,16 +172,16 @@ void Stem::CompositWithOpacityScanline(Pel* dst, const Pel* top, const Pel* bott
 {
     if (topOpacity == 255 && bottomOpacity == 255)
         return Stem::CompositScanline(dst, top, bottom, count);
-    const u32 to = topOpacity, bo = bottomOpacity;
-    ZipRows(dst, top, bottom, count,
-            [to, bo](Pel t, Pel b) { return CompositPelWithOpacity(t, b, to, bo); });
+    if (count > 0)
+        Kernels::CompositSetFor(dst, count, top, bottom)
+            .compositWithOpacity(Bytes(dst), Bytes(bottom), Bytes(top), count, bottomOpacity,
+                                 topOpacity);
 }
 
 void Stem::CompositThreeScanlines(Pel* dst, const Pel* top, const Pel* middle, const Pel* bottom,
                                   int count)
 {
-    ZipThreeRows(dst, top, middle, bottom, count,
-                 [](Pel t, Pel m, Pel b) { return CompositPel(CompositPel(t, m), b); });
+    Stem::CompositThreeScanlinesWithOpacity(dst, top, middle, bottom, count, 255, 255, 255);
 }
 
 void Stem::CompositThreeScanlinesWithTopOpacity(Pel* dst, const Pel* top, const Pel* middle,
@@ -211,8 +209,8 @@ void Stem::CompositThreeScanlinesWithOpacity(Pel* dst, const Pel* top, const Pel
                                              unsigned char middleOpacity,
                                              unsigned char bottomOpacity)
 {
-    const u32 to = topOpacity, mo = middleOpacity, bo = bottomOpacity;
-    ZipThreeRows(dst, top, middle, bottom, count, [to, mo, bo](Pel t, Pel m, Pel b) {
-        return CompositPel(CompositPelWithOpacity(t, m, to, mo), FadeUnlessOpaque(b, bo));
-    });
+    if (count > 0)
+        Kernels::CompositSetFor(dst, count, top, middle, bottom)
+            .compositThree(Bytes(dst), Bytes(bottom), Bytes(middle), Bytes(top), count,
+                           bottomOpacity, middleOpacity, topOpacity);
 }

@@ -16,19 +16,21 @@ using Kernels::CompositSet;
 // The variants this machine can run are built: an x86-64 build missing them is misconfigured.
 TEST(CompositKernels, BestRunnableSetIsActive)
 {
-    const CompositSet* composit[3];
+    const CompositSet* composit[4];
     const int nComposit = Kernels::RunnableCompositSets(composit);
     EXPECT_EQ(composit[0], &Kernels::kCompositScalar);
     EXPECT_EQ(&Kernels::ActiveCompositSet(), composit[nComposit - 1]);
 #if defined(__x86_64__) && !defined(FLOWER_SCALAR_KERNELS_ONLY)
     __builtin_cpu_init();
-    EXPECT_EQ(nComposit, __builtin_cpu_supports("avx2") ? 3 : 2);
+    const bool avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+                        __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq");
+    EXPECT_EQ(nComposit, __builtin_cpu_supports("avx2") ? (avx512 ? 4 : 3) : 2);
 #endif
 }
 
 TEST(CompositKernels, EveryVariantMatchesScalarOnSeededRowsAndEveryAlphaPair)
 {
-    const CompositSet* sets[3];
+    const CompositSet* sets[4];
     const int n = Kernels::RunnableCompositSets(sets);
     auto runner = [](const CompositSet* set) {
         return
