@@ -253,13 +253,15 @@ bool TakeCopiedLine(ScanlineControl& ctl, const Pel* src, const tagScaleList& v)
 
 const Kernels::ScaleSet Kernels::kScaleScalar = {"scalar", ProduceScalarRow};
 
-int Kernels::RunnableScaleSets(const ScaleSet* out[2])
+int Kernels::RunnableScaleSets(const ScaleSet* out[3])
 {
     int n = 0;
     out[n++] = &kScaleScalar;
 #if defined(FLOWER_X86_KERNELS)
     if (CpuFeatures::HasAVX2())
         out[n++] = &kScaleAVX2;
+    if (CpuFeatures::HasAVX512())
+        out[n++] = &kScaleAVX512;
 #endif
     return n;
 }
@@ -268,7 +270,7 @@ int Kernels::RunnableScaleSets(const ScaleSet* out[2])
 const Kernels::ScaleSet& Kernels::ActiveScaleSet()
 {
     static const ScaleSet* const active = [] {
-        const ScaleSet* sets[2];
+        const ScaleSet* sets[3];
         return sets[RunnableScaleSets(sets) - 1];
     }();
     return *active;

@@ -21,15 +21,15 @@ struct ScaleRowJob {
 };
 
 struct ScaleSet {
-    const char* name; // "scalar", "avx2"
+    const char* name; // "scalar", "avx2", "avx512"
     void (*produceRow)(Pel* dst, const ScaleRowJob& job);
 };
 
-extern const ScaleSet kScaleScalar, kScaleAVX2;
+extern const ScaleSet kScaleScalar, kScaleAVX2, kScaleAVX512;
 
 // Fills `out` with the sets this build holds and this CPU runs, scalar first and
 // best last; returns how many.
-int RunnableScaleSets(const ScaleSet* out[2]);
+int RunnableScaleSets(const ScaleSet* out[3]);
 
 // The one dispatch point: the best runnable set, chosen on first use.
 const ScaleSet& ActiveScaleSet();

@@ -67,7 +67,7 @@ const Axis kAxes[] = {{1, 1},   {1, 7},   {7, 1},   {5, 5},   {2, 3},    {3, 2},
 
 TEST(ScaleKernels, EveryVariantMatchesScalarOnSeededFootprints)
 {
-    const ScaleSet* sets[2];
+    const ScaleSet* sets[3];
     const int n = Kernels::RunnableScaleSets(sets);
     support::Rng rng(2024);
     const Pel guard = 0xDEADBEEF;
@@ -103,14 +103,16 @@ TEST(ScaleKernels, EveryVariantMatchesScalarOnSeededFootprints)
 // missing it is misconfigured, and one that never picks it wastes it.
 TEST(ScaleKernels, BestRunnableSetIsActive)
 {
-    const ScaleSet* sets[2];
+    const ScaleSet* sets[3];
     const int n = Kernels::RunnableScaleSets(sets);
     EXPECT_EQ(sets[0], &Kernels::kScaleScalar);
     EXPECT_EQ(&Kernels::ActiveScaleSet(), sets[n - 1]);
 #if defined(__x86_64__) && !defined(FLOWER_SCALAR_KERNELS_ONLY)
     __builtin_cpu_init();
-    EXPECT_EQ(n, __builtin_cpu_supports("avx2") ? 2 : 1);
-    EXPECT_EQ(std::string(sets[n - 1]->name), n == 2 ? "avx2" : "scalar");
+    const bool avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+                        __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq");
+    EXPECT_EQ(n, __builtin_cpu_supports("avx2") ? (avx512 ? 3 : 2) : 1);
+    EXPECT_EQ(std::string(sets[n - 1]->name), n == 3 ? "avx512" : n == 2 ? "avx2" : "scalar");
 #else
     EXPECT_EQ(n, 1);
 #endif
