@@ -1,11 +1,26 @@
 // Portable row routines: fills, copies, channel setters, fades and mixes, the
-// defaults of their slots in the scanline table. Composites are in StemComposit.cpp.
-#include "stem/StemRows.h"
+// defaults of their slots in the scanline table. Composites are in StemComposit.cpp;
+// the arithmetic of fades, mixes, channels and fills is the MixKernels family.
+#include "stem.h"
+#include "stem/MixKernels.h"
 
 #include <cstring>
 #include <utility>
 
-using namespace StemRows;
+namespace {
+
+// The kernels take byte rows; a Pel row is one.
+char* Bytes(Pel* row)
+{
+    return reinterpret_cast<char*>(row);
+}
+
+const char* Bytes(const Pel* row)
+{
+    return reinterpret_cast<const char*>(row);
+}
+
+} // namespace
 
 // =============================================================================
 // Fill, copy, channels, fades
@@ -20,8 +35,7 @@ void Stem::ClearScanline(Pel* dst, int count)
 
 void Stem::SetScanline(Pel* dst, int count, Pel colour)
 {
-    for (int i = 0; i < count; ++i)
-        dst[i] = colour;
+    Kernels::ActiveMixSet().fill(Bytes(dst), count, colour);
 }
 
 void Stem::CopyScanline(Pel* dst, const Pel* src, int count)
@@ -36,42 +50,37 @@ void Stem::MoveScanline(Pel* dst, const Pel* src, int count)
         std::memmove(dst, src, static_cast<std::size_t>(count) * sizeof(Pel));
 }
 
+// The channel setters keep three channels and overwrite the fourth.
 void Stem::SetAlphaScanline(Pel* dst, int count, unsigned char value)
 {
-    const u32 v = u32(value) << 24;
-    ForEachPel(dst, count, [v](Pel p) { return (p & 0x00FFFFFFu) | v; });
+    Kernels::ActiveMixSet().setBits(Bytes(dst), count, 0x00FFFFFFu, u32(value) << 24);
 }
 
 void Stem::SetRedScanline(Pel* dst, int count, unsigned char value)
 {
-    const u32 v = u32(value) << 16;
-    ForEachPel(dst, count, [v](Pel p) { return (p & 0xFF00FFFFu) | v; });
+    Kernels::ActiveMixSet().setBits(Bytes(dst), count, 0xFF00FFFFu, u32(value) << 16);
 }
 
 void Stem::SetGreenScanline(Pel* dst, int count, unsigned char value)
 {
-    const u32 v = u32(value) << 8;
-    ForEachPel(dst, count, [v](Pel p) { return (p & 0xFFFF00FFu) | v; });
+    Kernels::ActiveMixSet().setBits(Bytes(dst), count, 0xFFFF00FFu, u32(value) << 8);
 }
 
 void Stem::SetBlueScanline(Pel* dst, int count, unsigned char value)
 {
-    const u32 v = value;
-    ForEachPel(dst, count, [v](Pel p) { return (p & 0xFFFFFF00u) | v; });
+    Kernels::ActiveMixSet().setBits(Bytes(dst), count, 0xFFFFFF00u, u32(value));
 }
 
 void Stem::FadeScanline(Pel* dst, int count, unsigned char level)
 {
-    if (level == 255)
-        return;
-    const u32 l = level;
-    ForEachPel(dst, count, [l](Pel p) { return FadePelAlpha(p, l); });
+    if (level != 255)
+        Kernels::ActiveMixSet().fade(Bytes(dst), Bytes(dst), count, level);
 }
 
+// Rows that overlap otherwise than exactly are faded first pel to last.
 void Stem::FadeCopyScanline(Pel* dst, const Pel* src, int count, unsigned char level)
 {
-    const u32 l = level;
-    MapRow(dst, src, count, [l](Pel p) { return FadePelAlpha(p, l); });
+    Kernels::MixSetFor(dst, src, nullptr, count).fade(Bytes(dst), Bytes(src), count, level);
 }
 
 // =============================================================================
@@ -94,25 +103,18 @@ void Stem::HorizontalFlipScanline(Pel* row, int count)
 // 256, never clamped.
 void Stem::AddScanline(Pel* dst, const Pel* src1, const Pel* src2, int count)
 {
-    ZipRows(dst, src1, src2, count, [](Pel p1, Pel p2) {
-        const u32 a1 = PelAlpha(p1), a2 = PelAlpha(p2);
-        return WeightedMean(p1, a1, p2, a2, SaturatedAlpha(a1 + a2));
-    });
+    Kernels::MixSetFor(dst, src1, src2, count).add(Bytes(dst), Bytes(src1), Bytes(src2), count);
 }
 
 // No shortcut at the end levels: even level 0 goes through the truncating
 // table and takes one off every non-zero channel of an opaque src1.
 void Stem::BlendScanline(Pel* dst, const Pel* src1, const Pel* src2, int count, unsigned char level)
 {
-    const u32 l2 = level, l1 = 255u - l2;
-    ZipRows(dst, src1, src2, count, [l1, l2](Pel p1, Pel p2) {
-        const u32 w1 = DivideBy255(PelAlpha(p1) * l1), w2 = DivideBy255(PelAlpha(p2) * l2);
-        return WeightedMean(p1, w1, p2, w2, SaturatedAlpha(w1 + w2));
-    });
+    Kernels::MixSetFor(dst, src1, src2, count)
+        .blend(Bytes(dst), Bytes(src1), Bytes(src2), count, level);
 }
 
 void Stem::MaxScanline(Pel* dst, const Pel* src1, const Pel* src2, int count)
 {
-    ZipRows(dst, src1, src2, count,
-            [](Pel p1, Pel p2) { return PelAlpha(p1) < PelAlpha(p2) ? p2 : p1; });
+    Kernels::MixSetFor(dst, src1, src2, count).max(Bytes(dst), Bytes(src1), Bytes(src2), count);
 }
