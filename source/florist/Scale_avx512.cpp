@@ -53,9 +53,79 @@ struct ColumnTaps {
     i32 widest;          // taps of the widest lane
     i32 widestBelow;     // the same in a last row, where the corner is not added
     bool nearby;         // every read lies in the kWindow pels from base
+    static constexpr i32 kKept = 4;
+    __m512d weight[kKept], weightBelow[kKept]; // taps 1.. kKept - 1, worked out once
 
-    ColumnTaps(const tagScaleList* entry, std::ptrdiff_t start, int valid, std::ptrdiff_t reach)
+    ColumnTaps(const tagScaleList* entry, std::ptrdiff_t start, int valid, std::ptrdiff_t reach,
+               __m512d hRatio)
         : base(start)
+    {
+        if (valid == kLanes)
+            EightPels(entry);
+        else
+            FewerPels(entry, valid);
+        const i32 reachedByLast = _mm256_extract_epi32(offsets, kLanes - 1) + widest;
+        nearby = reachedByLast <= kWindow && base + kWindow <= reach;
+        for (i32 t = 1; t < std::min(widest, kKept); ++t) {
+            weight[t] = TapWeight(t, hRatio, true);
+            weightBelow[t] = TapWeight(t, hRatio, false);
+        }
+    }
+
+    // The lane logic of Taps, eight lanes at once, from the entries' 24-byte
+    // records: (count, advance), first and last are every third quadword.
+    void EightPels(const tagScaleList* e)
+    {
+        static_assert(sizeof(tagScaleList) == 24, "three quadwords per entry");
+        const char* bytes = reinterpret_cast<const char*>(e);
+        const __m512i v0 = _mm512_loadu_si512(bytes), v1 = _mm512_loadu_si512(bytes + 64),
+                      v2 = _mm512_loadu_si512(bytes + 128);
+        const __m512i heads = Every3rd(v0, v1, v2, 0);
+        first = _mm512_castsi512_pd(Every3rd(v0, v1, v2, 1));
+        const __m512d lasts = _mm512_castsi512_pd(Every3rd(v0, v1, v2, 2));
+        const __m256i counts = _mm512_cvtepi64_epi32(heads);
+        const __m256i advances = _mm512_cvtepi64_epi32(_mm512_srli_epi64(heads, 32));
+        const __mmask8 single = _mm256_cmpeq_epi32_mask(counts, _mm256_set1_epi32(-1));
+        const __mmask8 hasLast =
+            __mmask8(~single) & _mm512_cmp_pd_mask(lasts, _mm512_setzero_pd(), _CMP_GT_OQ);
+        middle = _mm256_maskz_mov_epi32(__mmask8(~single), counts);
+        last = _mm512_maskz_mov_pd(hasLast, lasts);
+        lastReads = _mm256_mask_add_epi32(middle, hasLast, middle, _mm256_set1_epi32(1));
+        // Running sums of the advances before each lane.
+        const __m256i previous = _mm256_setr_epi32(0, 0, 1, 2, 3, 4, 5, 6);
+        __m256i at = _mm256_maskz_permutexvar_epi32(0xFE, previous, advances);
+        at = _mm256_add_epi32(at, _mm256_maskz_permutexvar_epi32(0xFE, previous, at));
+        at = _mm256_add_epi32(at, _mm256_maskz_permutexvar_epi32(
+                                      0xFC, _mm256_setr_epi32(0, 0, 0, 1, 2, 3, 4, 5), at));
+        at = _mm256_add_epi32(at, _mm256_maskz_permutexvar_epi32(
+                                      0xF0, _mm256_setr_epi32(0, 0, 0, 0, 0, 1, 2, 3), at));
+        offsets = at;
+        widest = MaxLane(lastReads) + 1;
+        widestBelow = MaxLane(middle) + 1;
+    }
+
+    // Quadwords part, part + 3, ... of the 24 in v0, v1, v2. The permutes read
+    // only the index bits they need: 4 across v0 and v1, 3 within v2.
+    static __m512i Every3rd(__m512i v0, __m512i v1, __m512i v2, int part)
+    {
+        const __m512i index = _mm512_add_epi64(_mm512_setr_epi64(0, 3, 6, 9, 12, 15, 18, 21),
+                                               _mm512_set1_epi64(part));
+        const __m512i low = _mm512_permutex2var_epi64(v0, index, v1);
+        const __mmask8 fromV2 = part == 0 ? 0xC0 : 0xE0; // lanes past quadword 15
+        return _mm512_mask_permutexvar_epi64(low, fromV2, index, v2);
+    }
+
+    static i32 MaxLane(__m256i v)
+    {
+        v = _mm256_max_epi32(v, _mm256_permute2x128_si256(v, v, 1));
+        v = _mm256_max_epi32(v, _mm256_shuffle_epi32(v, _MM_SHUFFLE(1, 0, 3, 2)));
+        v = _mm256_max_epi32(v, _mm256_shuffle_epi32(v, _MM_SHUFFLE(2, 3, 0, 1)));
+        return _mm256_cvtsi256_si32(v);
+    }
+
+    // A row's last few pels. Spare lanes repeat the last real pel, so their
+    // reads stay inside the footprint.
+    void FewerPels(const tagScaleList* entry, int valid)
     {
         alignas(32) i32 offset[kLanes], lastRead[kLanes], mid[kLanes];
         alignas(64) double firstW[kLanes], lastW[kLanes];
@@ -79,15 +149,21 @@ struct ColumnTaps {
         middle = _mm256_load_si256(reinterpret_cast<const __m256i*>(mid));
         first = _mm512_load_pd(firstW);
         last = _mm512_load_pd(lastW);
-        nearby = offset[kLanes - 1] + widest <= kWindow && base + kWindow <= reach;
     }
 
-    // Column weight of tap t per lane: first, hRatio for the middle ones, then
-    // the last one (when the corner counts), then zero.
     __m512d Weight(i32 t, __m512d hRatio, bool withCorner) const
     {
         if (t == 0)
             return first;
+        if (t < kKept)
+            return withCorner ? weight[t] : weightBelow[t];
+        return TapWeight(t, hRatio, withCorner);
+    }
+
+    // Column weight of tap t per lane: first, hRatio for the middle ones, then
+    // the last one (when the corner counts), then zero.
+    __m512d TapWeight(i32 t, __m512d hRatio, bool withCorner) const
+    {
         const __m256i tap = _mm256_set1_epi32(t);
         const __mmask8 inMiddle = _mm256_cmpge_epi32_mask(middle, tap);
         __m512d tail = _mm512_setzero_pd();
@@ -231,6 +307,7 @@ void ProduceRow(Pel* dst, const Kernels::ScaleRowJob& job)
     const tagScaleList* hEntry = job.horizontal;
     const std::ptrdiff_t count = job.count;
     const std::ptrdiff_t reach = Reach(hEntry, count);
+    const __m512d hRatio = _mm512_set1_pd(job.hRatio);
     std::ptrdiff_t column = 0;
     Sums sums[kGroups];
     for (std::ptrdiff_t j = 0; j < count; j += kGroups * kLanes) {
@@ -239,7 +316,7 @@ void ProduceRow(Pel* dst, const Kernels::ScaleRowJob& job)
         for (std::ptrdiff_t g = 0; g < groups; ++g) {
             const std::ptrdiff_t at = j + g * kLanes;
             const int valid = int(std::min<std::ptrdiff_t>(kLanes, count - at));
-            const ColumnTaps h(hEntry + at, column, valid, reach);
+            const ColumnTaps h(hEntry + at, column, valid, reach, hRatio);
             sums[g] = SumPels(job, v, h);
             for (int l = 0; l < valid; ++l)
                 column += hEntry[at + l].advance;

@@ -41,9 +41,30 @@ int Reads(const tagScaleList& e)
     return 1 + e.count + (e.lastWeight > 0 ? 1 : 0);
 }
 
-Footprint RandomFootprint(const tagScaleList& vEntry, const tagScaleList* hEntry, int count,
-                          support::Rng& rng)
+// Random pels make quotients that are rarely near an integer; flat and
+// few-coloured pictures make them near or on one, where a kernel that takes a
+// shortcut for the division must still truncate as the division does.
+enum class Content { random, flat, palette };
+
+Pel MakePel(Content content, const Pel palette[4], support::Rng& rng)
 {
+    switch (content) {
+    case Content::random:
+        return rng.Pel();
+    case Content::flat:
+        return palette[0];
+    case Content::palette:
+        break;
+    }
+    return palette[rng.Below(4)];
+}
+
+Footprint RandomFootprint(const tagScaleList& vEntry, const tagScaleList* hEntry, int count,
+                          Content content, support::Rng& rng)
+{
+    // Opaque, translucent, clear and one channel at 0 or 255 among them.
+    const Pel palette[4] = {rng.Pel() | 0xFF000000u, rng.Pel() & 0x80FF00FFu, 0x00123456u,
+                            0xFF00FF00u | (rng.Pel() & 0xFFu)};
     long width = 0, column = 0;
     for (int j = 0; j < count; ++j) {
         width = std::max(width, column + Reads(hEntry[j]));
@@ -53,7 +74,7 @@ Footprint RandomFootprint(const tagScaleList& vEntry, const tagScaleList* hEntry
     for (int i = 0; i < Reads(vEntry); ++i) {
         f.rows.push_back(std::vector<Pel>(std::size_t(width)));
         for (Pel& p : f.rows.back())
-            p = rng.Pel();
+            p = MakePel(content, palette, rng);
     }
     for (const auto& row : f.rows)
         f.pointers.push_back(row.data());
@@ -71,9 +92,11 @@ TEST(ScaleKernels, EveryVariantMatchesScalarOnSeededFootprints)
     const int n = Kernels::RunnableScaleSets(sets);
     support::Rng rng(2024);
     const Pel guard = 0xDEADBEEF;
+    const Content contents[] = {Content::random, Content::flat, Content::palette};
     for (const Axis h : kAxes)
         for (const Axis v : kAxes)
             for (int run = 1; run <= 67; ++run) {
+                const Content content = contents[run % 3];
                 // A list long enough for the run, entered at a random column.
                 const int times = (run + h.out - 1) / h.out;
                 const Axis wide{h.in * times, h.out * times};
@@ -82,7 +105,7 @@ TEST(ScaleKernels, EveryVariantMatchesScalarOnSeededFootprints)
                 const int firstColumn = int(rng.Below(u32(wide.out - run + 1)));
                 const int row = 1 + int(rng.Below(u32(v.out)));
                 const Footprint f =
-                    RandomFootprint(vList[row], hList.data() + firstColumn + 1, run, rng);
+                    RandomFootprint(vList[row], hList.data() + firstColumn + 1, run, content, rng);
                 const Kernels::ScaleRowJob job{f.pointers.data(), &vList[row],
                                                vList[0].ratio,    hList.data() + firstColumn + 1,
                                                hList[0].ratio,    run};
