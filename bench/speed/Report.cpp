@@ -1,0 +1,445 @@
+// The markdown report: machine, targets, whole frames, baselines, and one
+// table per kernel family, every ratio taken within the same run.
+#include "Report.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <thread>
+
+#include "Content.h"
+
+namespace speed {
+
+void CollectingReporter::ReportRuns(const std::vector<Run>& runs)
+{
+    for (const Run& run : runs) {
+        if (run.run_type != Run::RT_Iteration || run.error_occurred || run.iterations == 0)
+            continue;
+        // Options such as min_time append to the name: the first five parts are ours.
+        std::string name = run.benchmark_name();
+        std::size_t cut = 0;
+        for (int parts = 0; parts < 5 && cut != std::string::npos; ++parts)
+            cut = name.find('/', cut == 0 ? 0 : cut + 1);
+        if (cut != std::string::npos)
+            name.resize(cut);
+        results_[name] = run.cpu_accumulated_time / double(run.iterations);
+    }
+    ConsoleReporter::ReportRuns(runs);
+}
+
+namespace {
+
+const char kBegin[] =
+    "<!-- speed:begin: written by `make bench`; edits between these markers are lost -->";
+const char kEnd[] = "<!-- speed:end -->";
+const char kReasons[] = "<!-- reasons -->";
+
+struct Key {
+    std::string family, member, set, content, mode;
+};
+
+Key Split(const std::string& name)
+{
+    std::string parts[5];
+    std::istringstream in(name);
+    for (std::string& part : parts)
+        std::getline(in, part, '/');
+    return {parts[0], parts[1], parts[2], parts[3], parts[4]};
+}
+
+std::string Join(const Key& k)
+{
+    return k.family + "/" + k.member + "/" + k.set + "/" + k.content + "/" + k.mode;
+}
+
+// Seconds, or a negative value when the run did not take place.
+double Find(const Results& results, const Key& key)
+{
+    const auto it = results.find(Join(key));
+    return it == results.end() ? -1.0 : it->second;
+}
+
+std::string Format(const char* format, double value)
+{
+    char text[64];
+    std::snprintf(text, sizeof text, format, value);
+    return text;
+}
+
+std::string Micros(double seconds)
+{
+    return seconds < 0 ? "—" : Format(seconds * 1e6 < 10 ? "%.2f" : "%.1f", seconds * 1e6);
+}
+
+std::string Millis(double seconds)
+{
+    return seconds < 0 ? "—" : Format("%.2f", seconds * 1e3);
+}
+
+// numerator / denominator, as "2.40×"; a dash when either is missing.
+double Ratio(double numerator, double denominator)
+{
+    return numerator < 0 || denominator <= 0 ? -1.0 : numerator / denominator;
+}
+
+std::string Times(double ratio)
+{
+    return ratio < 0 ? "—" : Format("%.2f×", ratio);
+}
+
+int RowsOf(const std::string& mode)
+{
+    return mode == "warm" ? kHeight : kCachedRows;
+}
+
+// --- machine -----------------------------------------------------------------
+
+std::string CpuModel()
+{
+    std::ifstream in("/proc/cpuinfo");
+    for (std::string line; std::getline(in, line);)
+        if (line.rfind("model name", 0) == 0) {
+            const std::size_t colon = line.find(':');
+            if (colon != std::string::npos)
+                return line.substr(line.find_first_not_of(' ', colon + 1));
+        }
+    return "unknown";
+}
+
+std::string Compiler()
+{
+#if defined(__clang__)
+    return std::string("clang ") + __clang_version__;
+#elif defined(__GNUC__)
+    return std::string("g++ ") + __VERSION__;
+#else
+    return "unknown";
+#endif
+}
+
+std::string Today()
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm utc{};
+    gmtime_r(&now, &utc);
+    char text[32];
+    std::strftime(text, sizeof text, "%Y-%m-%d %H:%M UTC", &utc);
+    return text;
+}
+
+void Machine(std::ostream& out)
+{
+    out << "Measured " << Today() << " on " << CpuModel() << ", "
+        << std::thread::hardware_concurrency() << " cores (one used), built by " << Compiler()
+        << " (Release"
+#if defined(FLOWER_SCALAR_KERNELS_ONLY)
+        << ", vector kernels left out"
+#endif
+        << "). CPU time per iteration, " << Format("%.2f", 0.05)
+        << " s of measuring per benchmark, one run: a shared machine swings by up to a "
+           "quarter between runs, ratios within one run much less.\n\n"
+        << "Modes: *warm* processes one 1920x1080 frame (rows of " << kWidth
+        << " pels, 8 MB per buffer, from the last-level cache at best); *cached* cycles "
+        << kCachedRows
+        << " distinct rows that stay in the core's cache. Contents: *translucent* (alpha 1-254 "
+           "on every pel), *title* (lines of text: clear pels, opaque glyphs, anti-aliased "
+           "edges; about four fifths clear), *opaque*. Composites take the content as the top "
+           "over an opaque picture unless named otherwise.\n\n";
+}
+
+// --- targets ---------------------------------------------------------------------
+
+struct Target {
+    std::string what;
+    double measured; // the ratio the bar applies to; negative: not measured
+    std::string shown;
+    bool met;
+};
+
+void Line(std::ostream& out, const Target& t)
+{
+    out << "| " << t.what << " | " << (t.measured < 0 ? "not measured" : t.shown) << " | "
+        << (t.measured >= 0 && t.met ? "met" : "not met") << " |\n";
+}
+
+double Frame(const Results& r, const std::string& op, const std::string& variant,
+             const std::string& content)
+{
+    return Find(r, {"frame", op, variant, content, "warm"});
+}
+
+void CompositTargets(std::ostream& out, const Results& r)
+{
+    const double twoBuffer = Find(r, {"baseline", "two-buffer", "-", "any", "warm"});
+    struct Case {
+        const char* op;
+        const char* content;
+        const char* what;
+    };
+    const Case cases[] = {
+        {"Composit", "translucent", "translucent top over an opaque bottom"},
+        {"CompositOnTranslucent", "translucent", "translucent top over a translucent bottom"},
+        {"Composit", "title", "title-like top over an opaque bottom"},
+        {"Composit", "opaque", "opaque top over an opaque bottom"},
+    };
+    for (const Case& c : cases) {
+        const double flower = Frame(r, c.op, "flower", c.content);
+        const double versusPixman = Ratio(Frame(r, c.op, "pixman", c.content), flower);
+        Line(out, {std::string("`Composit` in place, ") + c.what +
+                       ": at least as fast as "
+                       "pixman's OVER",
+                   versusPixman, Times(versusPixman) + " pixman's speed", versusPixman >= 1.0});
+        const double ofTwoBuffer = Ratio(flower, twoBuffer);
+        Line(out, {std::string("`Composit` in place, ") + c.what +
+                       ": within 1.5 times the two-buffer pass (warm)",
+                   ofTwoBuffer, Times(ofTwoBuffer) + " its time",
+                   ofTwoBuffer >= 0 && ofTwoBuffer <= 1.5});
+    }
+}
+
+// The worst content decides; every content is shown.
+Target WorstOverContents(const std::string& what, double bar,
+                         double (*ratio)(const Results&, const std::string&), const Results& r)
+{
+    double worst = -1.0;
+    std::string shown;
+    bool all = true;
+    for (Content content : kContents) {
+        const double value = ratio(r, Name(content));
+        all = all && value >= 0;
+        if (value >= 0 && (worst < 0 || value < worst))
+            worst = value;
+        shown += (shown.empty() ? "" : ", ") + std::string(Name(content)) + " " + Times(value);
+    }
+    return {what, all ? worst : -1.0, shown, worst >= bar};
+}
+
+std::vector<std::string> SetsOf(const Results& r, const std::string& family)
+{
+    static const char* const kOrder[] = {"scalar", "sse2", "avx2", "avx512"};
+    std::set<std::string> found;
+    for (const auto& entry : r) {
+        const Key k = Split(entry.first);
+        if (k.family == family)
+            found.insert(k.set);
+    }
+    std::vector<std::string> sets;
+    for (const char* name : kOrder)
+        if (found.count(name))
+            sets.push_back(name);
+    for (const std::string& name : found)
+        if (std::find(sets.begin(), sets.end(), name) == sets.end())
+            sets.push_back(name);
+    return sets;
+}
+
+// Families and members in the order they ran.
+std::vector<std::pair<std::string, std::vector<std::string>>> Families(const Results& r)
+{
+    std::vector<std::pair<std::string, std::vector<std::string>>> families;
+    for (const auto& entry : r) {
+        const Key k = Split(entry.first);
+        if (k.family == "frame" || k.family == "baseline")
+            continue;
+        auto it = std::find_if(families.begin(), families.end(),
+                               [&](const auto& f) { return f.first == k.family; });
+        if (it == families.end()) {
+            families.push_back({k.family, {}});
+            it = families.end() - 1;
+        }
+        if (std::find(it->second.begin(), it->second.end(), k.member) == it->second.end())
+            it->second.push_back(k.member);
+    }
+    return families;
+}
+
+bool HasOwnTarget(const std::string& family, const std::string& member)
+{
+    return (family == "composit" && member == "composit") ||
+           (family == "crawl" && member == "subpix") ||
+           (family == "scale" && member == "produceRow");
+}
+
+void RoutineTargets(std::ostream& out, const Results& r)
+{
+    for (const auto& family : Families(r))
+        for (const std::string& member : family.second) {
+            if (HasOwnTarget(family.first, member))
+                continue;
+            double worst = -1.0;
+            std::string shown;
+            for (Content content : kContents) {
+                const double scalar =
+                    Find(r, {family.first, member, "scalar", Name(content), "cached"});
+                const double avx2 =
+                    Find(r, {family.first, member, "avx2", Name(content), "cached"});
+                const double ratio = Ratio(scalar, avx2);
+                if (ratio >= 0 && (worst < 0 || ratio < worst))
+                    worst = ratio;
+                shown +=
+                    (shown.empty() ? "" : ", ") + std::string(Name(content)) + " " + Times(ratio);
+            }
+            if (worst < 0)
+                shown = "no AVX2 set";
+            Line(out, {"`" + family.first + "." + member +
+                           "` on AVX2 (cached rows): at least 4 times the portable routine",
+                       worst < 0 ? 0.0 : worst, shown, worst >= 4.0});
+        }
+}
+
+void Targets(std::ostream& out, const Results& r)
+{
+    out << "### Targets\n\n| target | measured | result |\n|---|---|---|\n";
+    CompositTargets(out, r);
+    Line(out,
+         WorstOverContents(
+             "`SubpixCrawlBlit` of a full-HD frame: at least 8 times the portable routine", 8.0,
+             [](const Results& res, const std::string& c) {
+                 return Ratio(Frame(res, "SubpixCrawlBlit", "portable", c),
+                              Frame(res, "SubpixCrawlBlit", "flower", c));
+             },
+             r));
+    Line(out, WorstOverContents(
+                  "`ResizeLayer` 1920x1080 to 1280x720: at least half the speed of pixman's "
+                  "bilinear scaling",
+                  0.5,
+                  [](const Results& res, const std::string& c) {
+                      return Ratio(Frame(res, "ResizeLayer", "pixman", c),
+                                   Frame(res, "ResizeLayer", "flower", c));
+                  },
+                  r));
+    RoutineTargets(out, r);
+    out << "\nRatios are speeds: the portable routine's or pixman's time over Flower's; for "
+           "the two-buffer bar, Flower's time over the pass's. Where a target spans contents "
+           "the worst one decides.\n\n";
+}
+
+// --- whole frames and baselines ---------------------------------------------------
+
+void Frames(std::ostream& out, const Results& r)
+{
+    const double twoBuffer = Find(r, {"baseline", "two-buffer", "-", "any", "warm"});
+    out << "### Whole frames, 1920x1080, warm\n\n"
+           "*flower*: the public operation with the vector sets this CPU runs; *portable*: "
+           "the same call with the scalar set's row in the table slot; *pixman*: pixman "
+           "0.42 on the same frames premultiplied (OVER in place, or SRC with the "
+           "bilinear filter and a scale transform, or SRC copy and fill). In-place "
+           "composites restore their bottom off the clock before every frame.\n\n"
+           "| operation | content | portable ms | flower ms | × portable | pixman ms | "
+           "× pixman | ÷ two-buffer |\n|---|---|---|---|---|---|---|---|\n";
+    std::vector<std::pair<std::string, std::string>> seen;
+    for (const auto& entry : r) {
+        const Key k = Split(entry.first);
+        if (k.family != "frame" ||
+            std::find(seen.begin(), seen.end(), std::make_pair(k.member, k.content)) != seen.end())
+            continue;
+        seen.push_back({k.member, k.content});
+    }
+    for (const auto& [op, content] : seen) {
+        const double portable = Frame(r, op, "portable", content);
+        const double flower = Frame(r, op, "flower", content);
+        const double pixman = Frame(r, op, "pixman", content);
+        out << "| " << op << " | " << content << " | " << Millis(portable) << " | "
+            << Millis(flower) << " | " << Times(Ratio(portable, flower)) << " | " << Millis(pixman)
+            << " | " << Times(Ratio(pixman, flower)) << " | " << Times(Ratio(flower, twoBuffer))
+            << " |\n";
+    }
+    out << "\n`ResizeLayer` is 1920x1080 to 1280x720, `ResizeLayerUp` 768x512 (the top "
+           "left of the frame) to 1920x1080. Composites are the same visual operation as "
+           "pixman's, not the same arithmetic (straight against premultiplied alpha; the "
+           "program checks they agree within 4 per premultiplied channel); the scalers are "
+           "different filters (Flower's exact double-precision one against pixman's 7-bit "
+           "bilinear one).\n\n";
+
+    out << "### Baselines\n\n| pass | mode | µs per row | GB/s moved |\n|---|---|---|---|\n";
+    for (const char* pass : {"memcpy", "two-buffer"})
+        for (const char* mode : {"warm", "cached"}) {
+            const double s = Find(r, {"baseline", pass, "-", "any", mode});
+            const int rows = RowsOf(mode);
+            const double bytes = 2.0 * rows * kWidth * 4;
+            out << "| " << pass << " | " << mode << " | " << (s < 0 ? "—" : Micros(s / rows))
+                << " | " << (s <= 0 ? "—" : Format("%.1f", bytes / s / 1e9)) << " |\n";
+        }
+    out << "\nBytes moved count each pel read once and written once.\n\n";
+}
+
+// --- kernel families ---------------------------------------------------------------
+
+void Family(std::ostream& out, const Results& r, const std::string& family,
+            const std::vector<std::string>& members)
+{
+    const std::vector<std::string> sets = SetsOf(r, family);
+    out << "### Family `" << family << "`\n\nµs per 1920-pel row; × is the speed over the "
+        << "scalar set (the portable twin) in the same run.\n\n| member | content | mode | scalar "
+           "|";
+    std::string rule = "|---|---|---|---|";
+    for (std::size_t s = 1; s < sets.size(); ++s) {
+        out << " " << sets[s] << " | × |";
+        rule += "---|---|";
+    }
+    out << "\n" << rule << "\n";
+    for (const std::string& member : members)
+        for (const char* mode : {"warm", "cached"})
+            for (Content content : kContents) {
+                const double scalar = Find(r, {family, member, "scalar", Name(content), mode});
+                if (scalar < 0)
+                    continue;
+                const int rows = RowsOf(mode);
+                out << "| " << member << " | " << Name(content) << " | " << mode << " | "
+                    << Micros(scalar / rows) << " |";
+                for (std::size_t s = 1; s < sets.size(); ++s) {
+                    const double t = Find(r, {family, member, sets[s], Name(content), mode});
+                    out << " " << (t < 0 ? "—" : Micros(t / rows)) << " | "
+                        << Times(Ratio(scalar, t)) << " |";
+                }
+                out << "\n";
+            }
+    out << "\n";
+}
+
+} // namespace
+
+std::string Markdown(const Results& results)
+{
+    std::ostringstream out;
+    out << kBegin << "\n## Speed suite (`make bench`)\n\n";
+    Machine(out);
+    Targets(out, results);
+    Frames(out, results);
+    for (const auto& family : Families(results))
+        Family(out, results, family.first, family.second);
+    out << kEnd << "\n";
+    return out.str();
+}
+
+bool WriteMarkdown(const std::string& path, const Results& results)
+{
+    std::string before = "# Benchmarks\n\n", after;
+    std::ifstream in(path);
+    if (in) {
+        std::stringstream whole;
+        whole << in.rdbuf();
+        const std::string text = whole.str();
+        const std::size_t begin = text.find(kBegin), end = text.find(kEnd);
+        if (begin != std::string::npos && end != std::string::npos && end > begin) {
+            before = text.substr(0, begin);
+            after = text.substr(end + sizeof kEnd - 1);
+            if (!after.empty() && after[0] == '\n')
+                after.erase(0, 1);
+        } else {
+            before = text + (text.empty() || text.back() == '\n' ? "\n" : "\n\n");
+        }
+    }
+    if (after.find(kReasons) == std::string::npos && before.find(kReasons) == std::string::npos)
+        after = std::string("\n") + kReasons +
+                "\nWhy each target not met is missed: (written by hand after a run).\n" + after;
+    std::ofstream file(path, std::ios::trunc);
+    file << before << Markdown(results) << after;
+    return bool(file);
+}
+
+} // namespace speed
