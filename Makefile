@@ -1,6 +1,8 @@
 # make test : install missing Debian packages; build Release, Release without
 #             vector kernels, and sanitizer builds; run every test in each;
 #             fails on any failure or report.
+# make bench: build the speed suite (Release) and run it once, writing the
+#             tables and targets into docs/benchmarks.md.
 # make demo : build everything, then render out/demo.png and out/demo.y4m
 #             with tools/title (flower-title) from its built-in defaults.
 
@@ -16,7 +18,7 @@ export ASAN_OPTIONS := detect_leaks=1:abort_on_error=1:strict_string_checks=1:de
 export UBSAN_OPTIONS := print_stacktrace=1:halt_on_error=1
 export TSAN_OPTIONS := halt_on_error=1:second_deadlock_stack=1
 
-.PHONY: all deps build test test-release test-scalar test-sanitize test-thread format clean demo
+.PHONY: all deps build test test-release test-scalar test-sanitize test-thread format clean demo bench
 
 all: build
 
@@ -70,6 +72,11 @@ test-thread: build/thread/CMakeCache.txt
 	cd build/thread && ctest --output-on-failure -j $(JOBS) -L threads
 
 test: test-release test-scalar test-sanitize test-thread
+
+# Speed suite in one run; rewrites the generated part of docs/benchmarks.md.
+bench: build/release/CMakeCache.txt
+	cmake --build build/release -j $(JOBS) --target flower_bench_speed
+	build/release/bench/speed/flower_bench_speed --markdown=docs/benchmarks.md
 
 DEMO_TOOL := build/release/tools/flower-title
 DEMO_STYLE := --outline 2 --shadow 3
