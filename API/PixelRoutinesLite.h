@@ -79,9 +79,10 @@ FLOWER_API extern ScanlineSubpixCrawlGradientBlitRoutine ScanlineShapedSubpixCra
 // eased scale 256 - (256 - F)^2 / 256 of the fade factor F (0..256). A zone
 // width of 0 or less has no ramp: the whole zone is transparent. Each roll
 // calls PreOp and PostOp and returns 1. A period below 1 is a caller error
-// that would loop for ever: the roll returns 1 at once and touches nothing. Lines must stay inside the
-// source: a negative lineStep that takes the line below 0 reads before `src`
-// in the sub-line rolls.
+// that would loop for ever: the roll returns 1 at once and touches nothing.
+// Lines must stay inside the source. A sub-line roll whose negative lineStep
+// would make some row read before `src` (a line below 0 that the period does
+// not bring back to 0) is refused whole: it returns 1 at once and touches nothing.
 //
 // Sub-line roll at `fraction`/256 of a line (0..255) through a three-line
 // filter of blur `filterStrength` (0..128): weights (d, 256 - f - 2d, f + d)

@@ -5,9 +5,11 @@
 // overflow; fade arithmetic is 64-bit as well, which leaves every in-range
 // call defined. A period below 1 would make the reduction of the start line
 // endless; the routines return 1 at once instead, writing nothing, as a call
-// that did its work would (see PixelRoutinesLite.h).
-#include "PixelRoutinesLite/BufferTable.h"
+// that did its work would (see PixelRoutinesLite.h). Likewise a sub-line roll
+// whose lines would go below 0 (a negative lineStep) would read before `src`:
+// it is refused whole, before anything is written.
 #include "PixelRoutinesLite.h"
+#include "PixelRoutinesLite/BufferTable.h"
 #include "PixelRoutinesLite/RollRows.h"
 
 #include <algorithm>
@@ -15,6 +17,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 
 namespace {
 
@@ -128,6 +131,22 @@ LineWeights<3> FilterWeights(int fraction, int strength, std::int64_t& line)
     return {{static_cast<int>(256 - f + d), static_cast<int>(f - 2 * d), static_cast<int>(d)}};
 }
 
+// True when some row of a sub-line roll would name a source line before line 0.
+// The lines read for unreduced line l are offset + l reduced by a signed
+// remainder, which is negative only for a negative offset + l that the period
+// does not divide. Lines only fall when lineStep < 0, so that is all we walk.
+bool ReadsBeforeSource(std::int64_t line, int lineStep, int height, int period,
+                       std::initializer_list<std::int64_t> offsets)
+{
+    if (lineStep >= 0)
+        return false;
+    for (int row = 0; row < height; ++row, line += lineStep)
+        for (const std::int64_t offset : offsets)
+            if ((offset + line) % period < 0)
+                return true;
+    return false;
+}
+
 } // namespace
 
 extern "C" {
@@ -169,6 +188,8 @@ int CEE_RollBlitDataSubPix(char* dst, const char* src, int width, int height, in
         return 1;
     std::int64_t line = ReduceLine(startLine, period);
     const LineWeights<3> weights = FilterWeights(fraction, filterStrength, line);
+    if (ReadsBeforeSource(line, lineStep, height, period, {period - 1, 0, 1}))
+        return 1;
     const FadeZones zones{topFadeEnd, topFadeWidth, bottomFadeStart, bottomFadeWidth,
                           ZoneEdge::Inclusive};
     const auto linesAt = [&](std::int64_t l) {
@@ -188,6 +209,8 @@ int CEE_RollBlitDataSubPixNoFilter(char* dst, const char* src, int width, int he
                                    int bottomFadeStart, int bottomFadeWidth)
 {
     if (period < 1)
+        return 1;
+    if (ReadsBeforeSource(ReduceLine(startLine, period), lineStep, height, period, {0, 1}))
         return 1;
     const LineWeights<2> weights{{static_cast<int>(256 - std::int64_t(fraction)), fraction}};
     const FadeZones zones{topFadeEnd, topFadeWidth, bottomFadeStart, bottomFadeWidth,
