@@ -126,7 +126,7 @@ __m256i FadeAllChannels(__m256i levels, __m256i pels)
                            _mm256_or_si256(_mm256_slli_epi32(r, 16), _mm256_slli_epi32(a, 24)));
 }
 
-// A gradient row: `block`(x, levels) gives pels x..x+7 from their levels, `scalar`(dst, src,
+// A gradient row: `block`(src, x, levels) gives pels x..x+7 from their levels, `scalar`(dst, src,
 // count, level) the reference on the rest. Only the first pel can sit above the ceiling.
 template <class Scalar, class Block>
 void RunGradient(char* dst, const char* src, int count, int level, int levelStep, Scalar scalar,
@@ -147,7 +147,7 @@ void RunGradient(char* dst, const char* src, int count, int level, int levelStep
             _mm256_mullo_epi32(_mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7), Splat(levelStep));
         __m256i base = Splat(level);
         for (; x + kLanes <= count; x += kLanes) {
-            Store(dst, x, block(x, _mm256_min_epi32(_mm256_add_epi32(base, ramp), ceiling)));
+            Store(dst, x, block(src, x, _mm256_min_epi32(_mm256_add_epi32(base, ramp), ceiling)));
             base = _mm256_min_epi32(_mm256_add_epi32(base, blockStep), ceiling);
         }
         level = _mm_cvtsi128_si32(_mm256_castsi256_si128(base));
@@ -162,7 +162,7 @@ void GradientRow(char* dst, const char* src, int count, int level, int levelStep
         [levelStep](char* d, const char* s, int n, int l) {
             Kernels::kCrawlScalar.gradient(d, s, n, l, levelStep);
         },
-        [src](int x, __m256i levels) { return FadeAlpha(levels, Load(src, x)); });
+        [](const char* row, int x, __m256i levels) { return FadeAlpha(levels, Load(row, x)); });
 }
 
 void SubpixRow(char* dst, const char* src, int count, int fraction)
@@ -185,9 +185,10 @@ void SubpixGradientRow(char* dst, const char* src, int count, int fraction, int 
     if (!FractionInRange(fraction))
         return scalar(dst, src, count, level);
     const __m256i w0 = Splat(256 - fraction), w1 = Splat(fraction);
-    RunGradient(dst, src, count, level, levelStep, scalar, [&](int x, __m256i levels) {
-        return FadeAlpha(levels, Straight(Load(src, x), Load(src, x + 1), w0, w1));
-    });
+    RunGradient(dst, src, count, level, levelStep, scalar,
+                [&](const char* row, int x, __m256i levels) {
+                    return FadeAlpha(levels, Straight(Load(row, x), Load(row, x + 1), w0, w1));
+                });
 }
 
 void ShapedSubpixRow(char* dst, const char* src, int count, int fraction)
@@ -213,9 +214,10 @@ void ShapedSubpixGradientRow(char* dst, const char* src, int count, int fraction
         return scalar(dst, src, count, level);
     const __m256i wCur = _mm256_set1_epi16(short(256 - fraction));
     const __m256i wNext = _mm256_set1_epi16(short(fraction));
-    RunGradient(dst, src, count, level, levelStep, scalar, [&](int x, __m256i levels) {
-        return FadeAllChannels(levels, Lerp(Load(src, x), Load(src, x + 1), wCur, wNext));
-    });
+    RunGradient(
+        dst, src, count, level, levelStep, scalar, [&](const char* row, int x, __m256i levels) {
+            return FadeAllChannels(levels, Lerp(Load(row, x), Load(row, x + 1), wCur, wNext));
+        });
 }
 
 } // namespace

@@ -125,7 +125,7 @@ __m512i FadeAllChannels(__m512i levels, __m512i pels)
                            _mm512_or_si512(_mm512_slli_epi32(r, 16), _mm512_slli_epi32(a, 24)));
 }
 
-// A gradient row: `block`(x, levels) gives pels x..x+15 from their levels, `scalar`(dst, src,
+// A gradient row: `block`(src, x, levels) gives pels x..x+15 from their levels, `scalar`(dst, src,
 // count, level) the reference on the rest. Only the first pel can sit above the ceiling.
 template <class Scalar, class Block>
 void RunGradient(char* dst, const char* src, int count, int level, int levelStep, Scalar scalar,
@@ -147,7 +147,7 @@ void RunGradient(char* dst, const char* src, int count, int level, int levelStep
             Splat(levelStep));
         __m512i base = Splat(level);
         for (; x + kLanes <= count; x += kLanes) {
-            Store(dst, x, block(x, _mm512_min_epi32(_mm512_add_epi32(base, ramp), ceiling)));
+            Store(dst, x, block(src, x, _mm512_min_epi32(_mm512_add_epi32(base, ramp), ceiling)));
             base = _mm512_min_epi32(_mm512_add_epi32(base, blockStep), ceiling);
         }
         level = _mm_cvtsi128_si32(_mm512_castsi512_si128(base));
@@ -162,7 +162,7 @@ void GradientRow(char* dst, const char* src, int count, int level, int levelStep
         [levelStep](char* d, const char* s, int n, int l) {
             Kernels::kCrawlScalar.gradient(d, s, n, l, levelStep);
         },
-        [src](int x, __m512i levels) { return FadeAlpha(levels, Load(src, x)); });
+        [](const char* row, int x, __m512i levels) { return FadeAlpha(levels, Load(row, x)); });
 }
 
 void SubpixRow(char* dst, const char* src, int count, int fraction)
@@ -185,9 +185,10 @@ void SubpixGradientRow(char* dst, const char* src, int count, int fraction, int 
     if (!FractionInRange(fraction))
         return scalar(dst, src, count, level);
     const __m512i w0 = Splat(256 - fraction), w1 = Splat(fraction);
-    RunGradient(dst, src, count, level, levelStep, scalar, [&](int x, __m512i levels) {
-        return FadeAlpha(levels, Straight(Load(src, x), Load(src, x + 1), w0, w1));
-    });
+    RunGradient(dst, src, count, level, levelStep, scalar,
+                [&](const char* row, int x, __m512i levels) {
+                    return FadeAlpha(levels, Straight(Load(row, x), Load(row, x + 1), w0, w1));
+                });
 }
 
 void ShapedSubpixRow(char* dst, const char* src, int count, int fraction)
@@ -213,9 +214,10 @@ void ShapedSubpixGradientRow(char* dst, const char* src, int count, int fraction
         return scalar(dst, src, count, level);
     const __m512i wCur = _mm512_set1_epi16(short(256 - fraction));
     const __m512i wNext = _mm512_set1_epi16(short(fraction));
-    RunGradient(dst, src, count, level, levelStep, scalar, [&](int x, __m512i levels) {
-        return FadeAllChannels(levels, Lerp(Load(src, x), Load(src, x + 1), wCur, wNext));
-    });
+    RunGradient(
+        dst, src, count, level, levelStep, scalar, [&](const char* row, int x, __m512i levels) {
+            return FadeAllChannels(levels, Lerp(Load(row, x), Load(row, x + 1), wCur, wNext));
+        });
 }
 
 } // namespace

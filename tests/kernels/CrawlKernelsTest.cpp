@@ -4,45 +4,67 @@
 #include "support/RowHarness.h"
 
 #include <climits>
+#include <cmath>
 #include <string>
 
 namespace {
 
 using R = const support::Rows*;
+using Kernels::CrawlSet;
 
 // Every pel offset within a 64-byte line for every count: every tail meets
 // every alignment.
 const support::RowChecks kRows = {1, true, true, false, 16, true};
 
-using Kernels::CrawlSet;
+support::RowChecks Once()
+{
+    support::RowChecks once = kRows;
+    once.rounds = 1;
+    once.everyPelOffset = false;
+    return once;
+}
+
+std::vector<const CrawlSet*> Sets()
+{
+    const CrawlSet* sets[4];
+    return {sets, sets + Kernels::RunnableCrawlSets(sets)};
+}
 
 // The variants this machine can run are built: an x86-64 build missing them is misconfigured.
 TEST(CrawlKernels, BestRunnableSetIsActive)
 {
-    const CrawlSet* crawl[4];
-    const int nCrawl = Kernels::RunnableCrawlSets(crawl);
-    EXPECT_EQ(crawl[0], &Kernels::kCrawlScalar);
-    EXPECT_EQ(&Kernels::ActiveCrawlSet(), crawl[nCrawl - 1]);
+    const std::vector<const CrawlSet*> sets = Sets();
+    EXPECT_EQ(sets.front(), &Kernels::kCrawlScalar);
+    EXPECT_EQ(&Kernels::ActiveCrawlSet(), sets.back());
 #if defined(__x86_64__) && !defined(FLOWER_SCALAR_KERNELS_ONLY)
     __builtin_cpu_init();
-    EXPECT_EQ(nCrawl, __builtin_cpu_supports("avx512bw") ? 4
-                      : __builtin_cpu_supports("avx2")   ? 3
-                                                         : 2);
+    EXPECT_EQ(sets.size(), __builtin_cpu_supports("avx512bw") ? 4u
+                           : __builtin_cpu_supports("avx2")   ? 3u
+                                                              : 2u);
 #endif
+}
+
+// The vector sets divide in floats: for every divisor s up to 65280 and quotient k up to
+// 255, numerators k*s and (k + 1)*s - 1 truncate to k. Division is monotonic in the
+// numerator, so every numerator between them does too.
+TEST(CrawlKernels, FloatQuotientsTruncateExactlyBelow2To24)
+{
+    for (int s = 1; s <= 65280; ++s)
+        for (int k = 0; k < 256; ++k) {
+            const float fs = float(s);
+            ASSERT_EQ(int(float(k * s) / fs), k) << "s " << s;
+            ASSERT_EQ(int(float((k + 1) * s - 1) / fs), k) << "s " << s << " k " << k;
+        }
 }
 
 // Every fraction 0..256, and fractions beyond the range, where a block could wrap.
 TEST(CrawlKernels, EveryVariantMatchesScalarAtEveryFraction)
 {
-    const CrawlSet* sets[4];
-    const int n = Kernels::RunnableCrawlSets(sets);
+    const std::vector<const CrawlSet*> sets = Sets();
     std::vector<int> fractions = {-1, 257, 300, -256, INT_MIN, INT_MAX};
     for (int f = 0; f <= 256; ++f)
         fractions.push_back(f);
-    support::RowChecks once = kRows;
-    once.rounds = 1;
-    once.everyPelOffset = false;
-    for (int i = 1; i < n; ++i)
+    for (std::size_t i = 1; i < sets.size(); ++i)
         for (auto row : {&CrawlSet::subpix, &CrawlSet::shapedSubpix})
             for (int f : fractions) {
                 auto runner = [&](const CrawlSet* set) {
@@ -52,8 +74,63 @@ TEST(CrawlKernels, EveryVariantMatchesScalarAtEveryFraction)
                 };
                 support::CheckRows(std::string(sets[i]->name) + " fraction " + std::to_string(f) +
                                        (row == &CrawlSet::subpix ? " straight" : " shaped"),
-                                   1, runner(sets[i]), runner(sets[0]), f % 16 ? once : kRows);
+                                   1, runner(sets[i]), runner(sets[0]), f % 16 ? Once() : kRows);
             }
+}
+
+// Levels and steps: the ceiling reached mid-row and from above, negative levels and
+// steps, levels falling past the 32-bit lanes' floor and past int itself.
+struct Gradient {
+    int level, step;
+};
+const Gradient kGradients[] = {
+    {0, 16320},         {0xFF00, -16320},   {0x10000, 0},       {0x10000, 7},
+    {-5000, 300},       {0x8000, 5000},     {0xFF00, 1},        {INT_MAX, 1},
+    {INT_MAX, INT_MIN}, {0x10001, -3},      {INT_MIN, INT_MIN}, {100, -(1 << 24)},
+    {0, 1 << 24},       {0, (1 << 24) + 1}, {-(1 << 30), -1},   {-(1 << 30) - 1, 5},
+    {-20000, -999},     {INT_MIN, INT_MAX}, {0x7F80, 0},        {1 << 20, -(1 << 16)},
+};
+
+TEST(CrawlKernels, GradientVariantsMatchScalarAtEveryLevelAndStep)
+{
+    const std::vector<const CrawlSet*> sets = Sets();
+    for (std::size_t i = 1; i < sets.size(); ++i)
+        for (const Gradient& g : kGradients)
+            for (int f : {0, 77, 256, 257}) {
+                const std::string name = std::string(sets[i]->name) + " level " +
+                                         std::to_string(g.level) + " step " +
+                                         std::to_string(g.step) + " fraction " + std::to_string(f);
+                const support::RowChecks& checks = f == 77 ? kRows : Once();
+                auto plain = [&g](const CrawlSet* set) {
+                    return [set, g](R r, int n, int) {
+                        set->gradient(r[0].base, r[1].base, n, g.level, g.step);
+                    };
+                };
+                if (f == 0)
+                    support::CheckRows(name + " plain", 1, plain(sets[i]), plain(sets[0]), checks);
+                for (auto row : {&CrawlSet::subpixGradient, &CrawlSet::shapedSubpixGradient}) {
+                    auto runner = [&](const CrawlSet* set) {
+                        return [set, row, f, g](R r, int n, int) {
+                            (set->*row)(r[0].base, r[1].base, n, f, g.level, g.step);
+                        };
+                    };
+                    support::CheckRows(
+                        name + (row == &CrawlSet::subpixGradient ? " straight" : " shaped"), 1,
+                        runner(sets[i]), runner(sets[0]), checks);
+                }
+            }
+}
+
+// The lanes take a row only where its levels stay in 32-bit reach.
+TEST(CrawlKernels, GradientFitsLanesBoundsTheRowsLevels)
+{
+    EXPECT_TRUE(Kernels::GradientFitsLanes(0, 16320, 1000));
+    EXPECT_TRUE(Kernels::GradientFitsLanes(0x10000, 1 << 24, INT_MAX));
+    EXPECT_FALSE(Kernels::GradientFitsLanes(0x10001, 0, 10));
+    EXPECT_FALSE(Kernels::GradientFitsLanes(0, (1 << 24) + 1, 10));
+    EXPECT_TRUE(Kernels::GradientFitsLanes(0, -(1 << 24), 65));
+    EXPECT_FALSE(Kernels::GradientFitsLanes(0, -(1 << 24), 66));
+    EXPECT_FALSE(Kernels::GradientFitsLanes(-(1 << 30) - 1, 0, 1));
 }
 
 } // namespace
