@@ -18,7 +18,7 @@ export ASAN_OPTIONS := detect_leaks=1:abort_on_error=1:strict_string_checks=1:de
 export UBSAN_OPTIONS := print_stacktrace=1:halt_on_error=1
 export TSAN_OPTIONS := halt_on_error=1:second_deadlock_stack=1
 
-.PHONY: all deps build test test-release test-scalar test-sanitize test-thread format clean demo bench
+.PHONY: all deps build test test-release test-scalar test-sanitize test-thread format clean demo fuzz bench
 
 all: build
 
@@ -77,6 +77,26 @@ test: test-release test-scalar test-sanitize test-thread
 bench: build/release/CMakeCache.txt
 	cmake --build build/release -j $(JOBS) --target flower_bench_speed
 	build/release/bench/speed/flower_bench_speed --markdown=docs/benchmarks.md
+
+# make fuzz : build the libFuzzer targets under fuzz/ (clang, ASan + UBSan) and
+#             run each for FUZZ_SECONDS on a scratch copy of its corpus.
+FUZZ_SECONDS ?= 60
+FUZZ_TARGETS := api_sequence differential
+
+build/fuzz/CMakeCache.txt: | deps
+	CC=clang CXX=clang++ cmake -S . -B build/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DFLOWER_SANITIZE=address,undefined -DFLOWER_BUILD_FUZZ=ON -DFLOWER_BUILD_TESTS=OFF \
+	  -DFLOWER_BUILD_BENCH=OFF -DFLOWER_BUILD_TOOLS=OFF $(CMAKE_COMMON)
+
+fuzz: build/fuzz/CMakeCache.txt
+	cmake --build build/fuzz -j $(JOBS) $(addprefix --target fuzz_,$(FUZZ_TARGETS))
+	@for t in $(FUZZ_TARGETS); do \
+	  echo "=== fuzz_$$t for $(FUZZ_SECONDS) s ==="; \
+	  rm -rf build/fuzz/corpus/$$t && mkdir -p build/fuzz/corpus/$$t && \
+	  cp fuzz/corpus/$$t/* build/fuzz/corpus/$$t/ && \
+	  build/fuzz/fuzz/fuzz_$$t -max_total_time=$(FUZZ_SECONDS) -timeout=10 -rss_limit_mb=2048 \
+	    -print_final_stats=1 -artifact_prefix=build/fuzz/ build/fuzz/corpus/$$t || exit 1; \
+	done
 
 DEMO_TOOL := build/release/tools/flower-title
 DEMO_STYLE := --outline 2 --shadow 3
