@@ -10,6 +10,7 @@
 // floating-point contraction.
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -203,14 +204,86 @@ void ProduceScalarRow(Pel* dst, const Kernels::ScaleRowJob& job)
     }
 }
 
+// The active set's column layout of the current run, kept after the row
+// pointers: the horizontal taps are the same for every row of a run. The key
+// covers everything the layout derives from (lists follow from their sizes).
+struct ColumnCache {
+    std::size_t capacity; // layout bytes held; 0 when there was no room
+    const tagScaleList* horizontal;
+    i32 inWidth, outWidth, runWidth;
+    bool ready;
+};
+
+constexpr std::size_t kLayoutAlign = 64;
+
+std::size_t RowPointerBytes(i32 lineCount)
+{
+    const std::size_t bytes = (std::size_t(lineCount) + 1) * sizeof(Pel*);
+    return (bytes + alignof(ColumnCache) - 1) / alignof(ColumnCache) * alignof(ColumnCache);
+}
+
+ColumnCache& CacheOf(const ScanlineControl& ctl)
+{
+    return *reinterpret_cast<ColumnCache*>(reinterpret_cast<char*>(ctl.rowPointers) +
+                                           RowPointerBytes(ctl.lineCount));
+}
+
+void* LayoutOf(ColumnCache& cache)
+{
+    const auto at = reinterpret_cast<std::uintptr_t>(&cache + 1);
+    return reinterpret_cast<void*>((at + kLayoutAlign - 1) / kLayoutAlign * kLayoutAlign);
+}
+
+// Room for the row pointers, the cache record and the layout of a whole row.
+const Pel** AllocateRowPointers(i32 lineCount, i32 outWidth)
+{
+    const Kernels::ScaleSet& set = Kernels::ActiveScaleSet();
+    const std::size_t layout = set.columnBytes ? set.columnBytes(outWidth) : 0;
+    const std::size_t head = RowPointerBytes(lineCount) + sizeof(ColumnCache);
+    void* block = layout ? std::calloc(1, head + kLayoutAlign + layout) : nullptr;
+    const bool roomy = block != nullptr;
+    if (!block)
+        block = std::calloc(1, head);
+    if (!block)
+        return nullptr;
+    auto* cache =
+        reinterpret_cast<ColumnCache*>(static_cast<char*>(block) + RowPointerBytes(lineCount));
+    cache->capacity = roomy ? layout : 0;
+    return static_cast<const Pel**>(block);
+}
+
+const void* PreparedColumns(const ScanlineControl& ctl, const Kernels::ScaleSet& set,
+                            const Kernels::ScaleRowJob& job)
+{
+    ColumnCache& cache = CacheOf(ctl);
+    if (!set.prepareColumns || set.columnBytes(job.count) > cache.capacity)
+        return nullptr;
+    const tagScaleIP_SCALE& scale = *ctl.scale;
+    if (!cache.ready || cache.horizontal != job.horizontal || cache.runWidth != job.count ||
+        cache.inWidth != scale.inWidth || cache.outWidth != scale.outWidth) {
+        set.prepareColumns(LayoutOf(cache), job);
+        cache.horizontal = job.horizontal;
+        cache.runWidth = job.count;
+        cache.inWidth = scale.inWidth;
+        cache.outWidth = scale.outWidth;
+        cache.ready = true;
+    }
+    return LayoutOf(cache);
+}
+
 void ProduceRow(Pel* dst, const ScanlineControl& ctl, const tagScaleList& vEntry)
 {
     const tagScaleIP_SCALE& scale = *ctl.scale;
-    const Kernels::ScaleRowJob job{
-        ctl.rowPointers,           &vEntry,
-        scale.vertical[0].ratio,   scale.horizontal + ctl.firstColumn + 1,
-        scale.horizontal[0].ratio, ctl.runWidth};
-    Kernels::ActiveScaleSet().produceRow(dst, job);
+    Kernels::ScaleRowJob job{ctl.rowPointers,
+                             &vEntry,
+                             scale.vertical[0].ratio,
+                             scale.horizontal + ctl.firstColumn + 1,
+                             scale.horizontal[0].ratio,
+                             ctl.runWidth,
+                             nullptr};
+    const Kernels::ScaleSet& set = Kernels::ActiveScaleSet();
+    job.columns = PreparedColumns(ctl, set, job);
+    set.produceRow(dst, job);
 }
 
 // Zero-copy intake: the caller wrote the newest line into the ring already.
@@ -251,7 +324,7 @@ bool TakeCopiedLine(ScanlineControl& ctl, const Pel* src, const tagScaleList& v)
 
 } // namespace
 
-const Kernels::ScaleSet Kernels::kScaleScalar = {"scalar", ProduceScalarRow};
+const Kernels::ScaleSet Kernels::kScaleScalar = {"scalar", ProduceScalarRow, nullptr, nullptr};
 
 int Kernels::RunnableScaleSets(const ScaleSet* out[3])
 {
@@ -313,8 +386,7 @@ ScanlineControl* BeginScaleScanline(int inWidth, int inHeight, int outWidth, int
         largest = std::max(largest, scale.vertical[k].count);
     ctl->lineCount = largest + 2;
     ctl->lines = static_cast<Pel**>(std::calloc(size_t(ctl->lineCount), sizeof(Pel*)));
-    ctl->rowPointers =
-        static_cast<const Pel**>(std::calloc(size_t(ctl->lineCount) + 1, sizeof(Pel*)));
+    ctl->rowPointers = AllocateRowPointers(ctl->lineCount, outWidth);
     if (!ctl->lines || !ctl->rowPointers) {
         EndScaleScanline(ctl);
         return nullptr;

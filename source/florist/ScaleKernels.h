@@ -5,6 +5,8 @@
 #ifndef FLOWER_SOURCE_SCALEKERNELS_H
 #define FLOWER_SOURCE_SCALEKERNELS_H
 
+#include <cstddef>
+
 #include "florist.h"
 
 namespace Kernels {
@@ -18,11 +20,18 @@ struct ScaleRowJob {
     const tagScaleList* horizontal; // the first output column's entry, then one per pel
     double hRatio;                  // weight of the middle columns
     i32 count;                      // output pels
+    const void* columns;            // the set's prepared column layout for this run, or null
 };
 
 struct ScaleSet {
     const char* name; // "scalar", "avx2", "avx512"
     void (*produceRow)(Pel* dst, const ScaleRowJob& job);
+    // Sets that can work out the horizontal taps of a run once, for every row
+    // of it: bytes needed for `count` output pels (0: the set has no layout),
+    // and the filling of `columns` (64-byte aligned) from the job's horizontal
+    // part. The rows of a job must hold every column the run reads.
+    std::size_t (*columnBytes)(i32 count);
+    void (*prepareColumns)(void* columns, const ScaleRowJob& job);
 };
 
 extern const ScaleSet kScaleScalar, kScaleAVX2, kScaleAVX512;

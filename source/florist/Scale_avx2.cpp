@@ -297,4 +297,4 @@ void ProduceRow(Pel* dst, const Kernels::ScaleRowJob& job)
 
 } // namespace
 
-const Kernels::ScaleSet Kernels::kScaleAVX2 = {"avx2", ProduceRow};
+const Kernels::ScaleSet Kernels::kScaleAVX2 = {"avx2", ProduceRow, nullptr, nullptr};

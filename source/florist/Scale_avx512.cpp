@@ -15,11 +15,13 @@
 #include <algorithm>
 #include <cstddef>
 #include <immintrin.h>
+#include <new>
 
 // GCC 12 reports the deliberately undefined pass-through operands inside its
-// own AVX-512 intrinsics as maybe-uninitialized.
+// own AVX-512 intrinsics as uninitialized.
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
 #endif
 
 namespace {
@@ -53,7 +55,7 @@ struct ColumnTaps {
     i32 widest;          // taps of the widest lane
     i32 widestBelow;     // the same in a last row, where the corner is not added
     bool nearby;         // every read lies in the kWindow pels from base
-    static constexpr i32 kKept = 4;
+    static constexpr i32 kKept = 3;
     __m512d weight[kKept], weightBelow[kKept]; // taps 1.. kKept - 1, worked out once
 
     ColumnTaps(const tagScaleList* entry, std::ptrdiff_t start, int valid, std::ptrdiff_t reach,
@@ -299,20 +301,67 @@ std::ptrdiff_t Reach(const tagScaleList* hEntry, std::ptrdiff_t count)
 // then overlap the sums of the next.
 constexpr i32 kGroups = 2;
 
+std::ptrdiff_t Groups(std::ptrdiff_t count)
+{
+    return (count + kLanes - 1) / kLanes;
+}
+
+std::size_t ColumnBytes(i32 count)
+{
+    return count < 1 ? 0 : std::size_t(Groups(count)) * sizeof(ColumnTaps);
+}
+
+// The taps of every group of the run, in order.
+void PrepareColumns(void* columns, const Kernels::ScaleRowJob& job)
+{
+    if (job.count < 1)
+        return;
+    const tagScaleList* hEntry = job.horizontal;
+    const std::ptrdiff_t count = job.count;
+    const std::ptrdiff_t reach = Reach(hEntry, count);
+    const __m512d hRatio = _mm512_set1_pd(job.hRatio);
+    auto* group = static_cast<ColumnTaps*>(columns);
+    std::ptrdiff_t column = 0;
+    for (std::ptrdiff_t at = 0; at < count; at += kLanes) {
+        const int valid = int(std::min<std::ptrdiff_t>(kLanes, count - at));
+        new (group++) ColumnTaps(hEntry + at, column, valid, reach, hRatio);
+        for (int l = 0; l < valid; ++l)
+            column += hEntry[at + l].advance;
+    }
+}
+
+void StoreResults(Pel* dst, const Sums* sums, std::ptrdiff_t at, std::ptrdiff_t groups,
+                  std::ptrdiff_t count)
+{
+    for (std::ptrdiff_t g = 0; g < groups; ++g, at += kLanes) {
+        const int valid = int(std::min<std::ptrdiff_t>(kLanes, count - at));
+        _mm256_mask_storeu_epi32(dst + at, __mmask8((1u << valid) - 1), Result(sums[g]));
+    }
+}
+
 void ProduceRow(Pel* dst, const Kernels::ScaleRowJob& job)
 {
     if (job.count < 1)
         return;
     const Taps v(*job.vertical);
-    const tagScaleList* hEntry = job.horizontal;
     const std::ptrdiff_t count = job.count;
+    Sums sums[kGroups];
+    if (job.columns) {
+        const auto* group = static_cast<const ColumnTaps*>(job.columns);
+        for (std::ptrdiff_t j = 0; j < count; j += kGroups * kLanes) {
+            const std::ptrdiff_t groups = std::min<std::ptrdiff_t>(kGroups, Groups(count - j));
+            for (std::ptrdiff_t g = 0; g < groups; ++g)
+                sums[g] = SumPels(job, v, *group++);
+            StoreResults(dst, sums, j, groups, count);
+        }
+        return;
+    }
+    const tagScaleList* hEntry = job.horizontal;
     const std::ptrdiff_t reach = Reach(hEntry, count);
     const __m512d hRatio = _mm512_set1_pd(job.hRatio);
     std::ptrdiff_t column = 0;
-    Sums sums[kGroups];
     for (std::ptrdiff_t j = 0; j < count; j += kGroups * kLanes) {
-        const std::ptrdiff_t groups =
-            std::min<std::ptrdiff_t>(kGroups, (count - j + kLanes - 1) / kLanes);
+        const std::ptrdiff_t groups = std::min<std::ptrdiff_t>(kGroups, Groups(count - j));
         for (std::ptrdiff_t g = 0; g < groups; ++g) {
             const std::ptrdiff_t at = j + g * kLanes;
             const int valid = int(std::min<std::ptrdiff_t>(kLanes, count - at));
@@ -321,15 +370,10 @@ void ProduceRow(Pel* dst, const Kernels::ScaleRowJob& job)
             for (int l = 0; l < valid; ++l)
                 column += hEntry[at + l].advance;
         }
-        for (std::ptrdiff_t g = 0; g < groups; ++g) {
-            const std::ptrdiff_t at = j + g * kLanes;
-            const int valid = int(std::min<std::ptrdiff_t>(kLanes, count - at));
-            const __mmask8 keep = __mmask8((1u << valid) - 1);
-            _mm256_mask_storeu_epi32(dst + at, keep, Result(sums[g]));
-        }
+        StoreResults(dst, sums, j, groups, count);
     }
 }
 
 } // namespace
 
-const Kernels::ScaleSet Kernels::kScaleAVX512 = {"avx512", ProduceRow};
+const Kernels::ScaleSet Kernels::kScaleAVX512 = {"avx512", ProduceRow, ColumnBytes, PrepareColumns};
