@@ -466,3 +466,16 @@ void RegisterFrameOperations()
 }
 
 } // namespace speed
+
+namespace speed {
+
+const char* PixmanVersion()
+{
+#if defined(FLOWER_BENCH_PIXMAN)
+    return pixman_version_string();
+#else
+    return nullptr;
+#endif
+}
+
+} // namespace speed

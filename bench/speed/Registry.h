@@ -81,6 +81,9 @@ void RegisterFamily(const char* family, RunnableSets<Set> runnable,
 void RegisterKernelFamilies();
 void RegisterFrameOperations();
 
+// The pixman this program links, or null when built without it.
+const char* PixmanVersion();
+
 } // namespace speed
 
 #endif

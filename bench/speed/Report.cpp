@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "Content.h"
+#include "Registry.h"
 
 namespace speed {
 
@@ -326,7 +327,8 @@ void Frames(std::ostream& out, const Results& r)
     out << "### Whole frames, 1920x1080, warm\n\n"
            "*flower*: the public operation with the vector sets this CPU runs; *portable*: "
            "the same call with the scalar set's row in the table slot; *pixman*: pixman "
-           "0.42 on the same frames premultiplied (OVER in place, or SRC with the "
+        << (PixmanVersion() ? PixmanVersion() : "(not built in)")
+        << " on the same frames premultiplied (OVER in place, or SRC with the "
            "bilinear filter and a scale transform, or SRC copy and fill). In-place "
            "composites restore their bottom off the clock before every frame.\n\n"
            "| operation | content | portable ms | flower ms | × portable | pixman ms | "
@@ -374,7 +376,11 @@ void Family(std::ostream& out, const Results& r, const std::string& family,
 {
     const std::vector<std::string> sets = SetsOf(r, family);
     out << "### Family `" << family << "`\n\nµs per 1920-pel row; × is the speed over the "
-        << "scalar set (the portable twin) in the same run.\n\n| member | content | mode | scalar "
+        << "scalar set (the portable twin) in the same run. "
+        << (family == "scale" ? "produceRow writes the 1280 pels of one row of a 1920x1080 to "
+                                "1280x720 downscale. "
+                              : "")
+        << "\n\n| member | content | mode | scalar "
            "|";
     std::string rule = "|---|---|---|---|";
     for (std::size_t s = 1; s < sets.size(); ++s) {
