@@ -63,7 +63,8 @@ __m256i DivideBy255x32(__m256i x)
     return _mm256_mulhi_epu16(_mm256_add_epi32(x, _mm256_set1_epi32(128)), _mm256_set1_epi32(257));
 }
 
-// [x0 . x1 . | x4 . x5 .] 32-bit lanes  ->  [x0 x4, x1 x4 | x4 x4, x5 x4], 16-bit lanes
+// [x0 . x1 . x2 . x3 .] 32-bit lanes a half  ->  [x0 x0 x0 x0 x1 x1 x1 x1], 16-bit;
+// SpreadHi gives x2 and x3 likewise.
 __m256i SpreadLo(__m256i x32)
 {
     const __m256i pairs = _mm256_shufflelo_epi16(x32, 0xA0);
