@@ -111,7 +111,7 @@ void RegisterScale()
     using S = Kernels::ScaleSet;
     RegisterFamily<S>("scale", Kernels::RunnableScaleSets,
                       {
-                          {"produceRow", [](const S& s, const Rows& r) { s.produceRow(reinterpret_cast<Pel*>(r.dst), DownscaleJob(r)); }, kAlsoWarm},
+                          {"produceRow", [](const S& s, const Rows& r) { s.produceRow(reinterpret_cast<Pel*>(r.dst), DownscaleJob(s, r)); }, kAlsoWarm},
                       });
 }
 

@@ -1,6 +1,8 @@
 // Scale lists for the scaler's row kernels, built once.
 #include "ScaleLists.h"
 
+#include <cstdint>
+#include <map>
 #include <vector>
 
 namespace speed {
@@ -19,9 +21,28 @@ struct Lists {
     }
 };
 
+// A set's column layout for the whole run, prepared once as the scaler does.
+const void* ColumnsFor(const Kernels::ScaleSet& set, const Kernels::ScaleRowJob& job)
+{
+    constexpr std::size_t kAlign = 64;
+    static std::map<const Kernels::ScaleSet*, std::vector<char>> layouts;
+    const std::size_t bytes = set.columnBytes ? set.columnBytes(job.count) : 0;
+    if (!bytes || !set.prepareColumns)
+        return nullptr;
+    std::vector<char>& room = layouts[&set];
+    const bool fresh = room.empty();
+    if (fresh)
+        room.resize(bytes + kAlign);
+    const auto at = reinterpret_cast<std::uintptr_t>(room.data());
+    void* layout = room.data() + (kAlign - at % kAlign) % kAlign;
+    if (fresh)
+        set.prepareColumns(layout, job);
+    return layout;
+}
+
 } // namespace
 
-const Kernels::ScaleRowJob& DownscaleJob(const Rows& r)
+const Kernels::ScaleRowJob& DownscaleJob(const Kernels::ScaleSet& set, const Rows& r)
 {
     static const Lists lists;
     // Footprints span at most a few rows; four cover 1080 -> 720.
@@ -35,6 +56,8 @@ const Kernels::ScaleRowJob& DownscaleJob(const Rows& r)
     job.horizontal = &lists.horizontal[1];
     job.hRatio = lists.horizontal[0].ratio;
     job.count = kOutWidth;
+    job.columns = nullptr;
+    job.columns = ColumnsFor(set, job);
     return job;
 }
 

@@ -8,8 +8,9 @@
 namespace speed {
 
 // Output row r.y of the downscale (its vertical entry, wrapping), reading its
-// footprint from r's content rows. Valid until the next call on this thread.
-const Kernels::ScaleRowJob& DownscaleJob(const Rows& r);
+// footprint from r's content rows, with the set's column layout prepared once
+// as the scaler does. Valid until the next call on this thread.
+const Kernels::ScaleRowJob& DownscaleJob(const Kernels::ScaleSet& set, const Rows& r);
 
 } // namespace speed
 
