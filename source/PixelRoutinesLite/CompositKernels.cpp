@@ -17,7 +17,8 @@ namespace {
 
 // Every source pel is read before the result is written, so dst may be any
 // one source row.
-template <class PelOp> void ZipRows(char* dst, const char* bottom, const char* top, int count, PelOp op)
+template <class PelOp>
+void ZipRows(char* dst, const char* bottom, const char* top, int count, PelOp op)
 {
     for (int i = 0; i < count; ++i) {
         const Pel t = LoadPel(top, i);
@@ -152,9 +153,8 @@ const Kernels::CompositSet& Kernels::ActiveCompositSet()
     return *active;
 }
 
-const Kernels::CompositSet& Kernels::CompositSetFor(const void* dst, int count,
-                                                    const void* source1, const void* source2,
-                                                    const void* source3)
+const Kernels::CompositSet& Kernels::CompositSetFor(const void* dst, int count, const void* source1,
+                                                    const void* source2, const void* source3)
 {
     const std::size_t bytes = count > 0 ? std::size_t(count) * 4 : 0;
     const bool smear = OverlapsPartially(dst, source1, bytes) ||
