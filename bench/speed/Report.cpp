@@ -140,7 +140,7 @@ void Machine(std::ostream& out)
 #if defined(FLOWER_SCALAR_KERNELS_ONLY)
         << ", vector kernels left out"
 #endif
-        << "). CPU time per iteration, " << Format("%.2f", 0.05)
+        << "). CPU time per iteration, " << Format("%.2f", kMinTime)
         << " s of measuring per benchmark, one run: a shared machine swings by up to a "
            "quarter between runs, ratios within one run much less.\n\n"
         << "Modes: *warm* processes one 1920x1080 frame (rows of " << kWidth
