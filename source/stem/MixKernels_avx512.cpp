@@ -200,7 +200,7 @@ void BlendRow(char* dst, const char* src1, const char* src2, int count, u32 leve
 // 2 * 255 * 255 and the quotient 509: only its low 8 bits are kept.
 __m512i AddPel(__m512i pairs16, __m512i adt)
 {
-    const __m512i sums = _mm512_madd_epi16(pairs16, _mm512_shuffle_epi32(pairs16, 0xFF));
+    const __m512i sums = _mm512_madd_epi16(pairs16, _mm512_shuffle_epi32(pairs16, _MM_PERM_DDDD));
     return _mm512_and_si512(_mm512_srli_epi32(_mm512_mullo_epi32(sums, adt), 16),
                             _mm512_set1_epi32(0xFF));
 }
@@ -213,10 +213,14 @@ __m512i Add16(__m512i p1, __m512i p2)
     const __m512i zero = _mm512_setzero_si512();
     // [b1 b2 g1 g2 r1 r2 a1 a2] 16-bit lanes, one pel a quarter
     const __m512i lo = _mm512_unpacklo_epi8(p1, p2), hi = _mm512_unpackhi_epi8(p1, p2);
-    const __m512i q0 = AddPel(_mm512_unpacklo_epi8(lo, zero), _mm512_shuffle_epi32(adt, 0x00));
-    const __m512i q1 = AddPel(_mm512_unpackhi_epi8(lo, zero), _mm512_shuffle_epi32(adt, 0x55));
-    const __m512i q2 = AddPel(_mm512_unpacklo_epi8(hi, zero), _mm512_shuffle_epi32(adt, 0xAA));
-    const __m512i q3 = AddPel(_mm512_unpackhi_epi8(hi, zero), _mm512_shuffle_epi32(adt, 0xFF));
+    const __m512i q0 =
+        AddPel(_mm512_unpacklo_epi8(lo, zero), _mm512_shuffle_epi32(adt, _MM_PERM_AAAA));
+    const __m512i q1 =
+        AddPel(_mm512_unpackhi_epi8(lo, zero), _mm512_shuffle_epi32(adt, _MM_PERM_BBBB));
+    const __m512i q2 =
+        AddPel(_mm512_unpacklo_epi8(hi, zero), _mm512_shuffle_epi32(adt, _MM_PERM_CCCC));
+    const __m512i q3 =
+        AddPel(_mm512_unpackhi_epi8(hi, zero), _mm512_shuffle_epi32(adt, _MM_PERM_DDDD));
     const __m512i colour =
         _mm512_packus_epi16(_mm512_packus_epi32(q0, q1), _mm512_packus_epi32(q2, q3));
     return WithAlpha(colour, alpha);
