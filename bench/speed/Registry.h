@@ -8,7 +8,6 @@
 
 #include <initializer_list>
 #include <string>
-#include <vector>
 
 #include "Content.h"
 
@@ -53,9 +52,7 @@ void RegisterFamily(const char* family, RunnableSets<Set> runnable,
 {
     const Set* sets[8] = {};
     const int count = runnable(sets);
-    // Members outlive registration: benchmarks run after main has set them up.
-    auto* kept = new std::vector<Member<Set>>(members);
-    for (const Member<Set>& member : *kept)
+    for (const Member<Set>& member : members)
         for (int s = 0; s < count; ++s)
             for (Content content : kContents)
                 for (Mode mode : {Mode::kCached, Mode::kWarm}) {
@@ -64,7 +61,8 @@ void RegisterFamily(const char* family, RunnableSets<Set> runnable,
                     const std::string name = std::string(family) + "/" + member.label + "/" +
                                              sets[s]->name + "/" + Name(content) + "/" + Name(mode);
                     const Set* set = sets[s];
-                    const Member<Set>* m = &member;
+                    // Each benchmark keeps its own copy: the list is gone when they run.
+                    const Member<Set> m = member;
                     benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
                         RunRows(
                             state, content, mode,
@@ -72,7 +70,7 @@ void RegisterFamily(const char* family, RunnableSets<Set> runnable,
                                 static_cast<const Member<Set>*>(mb)->run(
                                     *static_cast<const Set*>(st), rows);
                             },
-                            set, m);
+                            set, &m);
                     })->MinTime(kMinTime);
                 }
 }
