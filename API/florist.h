@@ -156,7 +156,8 @@ FLOWER_API bool ExistsStockLayer(unsigned id);
 FLOWER_API void SetStockLayer(unsigned id, Marrow::StubLayer* layer);
 
 // A background record of `width` pixels over stock layer 0, stock layer `id`,
-// or `layer` (stock 0 when null). Null for a width below 1 or on failure.
+// or `layer` (stock 0 when null). Null for a width below 1, a record past
+// 2^31 - 1 bytes, or on failure.
 FLOWER_API BackgroundScanlineState* BeginBackgroundScanline(int width);
 FLOWER_API BackgroundScanlineState* BeginBackgroundScanlineID(int width, unsigned id);
 FLOWER_API BackgroundScanlineState* BeginBackgroundScanlineLayer(int width,

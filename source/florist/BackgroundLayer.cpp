@@ -1,6 +1,7 @@
 // Stock backgrounds: the checkerboard, the registry of stock layers, and the
 // generator that tiles a background under a picture row by row.
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <map>
 #include <new>
@@ -283,7 +284,10 @@ void NextRow(BackgroundScanlineState* state)
 
 BackgroundScanlineState* BeginOver(int width, Marrow::StubLayer* background)
 {
-    if (width < 1 || !background)
+    // Like the pixel allocators, refuse blocks past 2^31 - 1 bytes.
+    constexpr size_t kMaxWidth =
+        (size_t(INT32_MAX) - sizeof(BackgroundScanlineState)) / sizeof(Pel);
+    if (width < 1 || size_t(width) > kMaxWidth || !background)
         return nullptr;
     void* block = std::calloc(1, sizeof(BackgroundScanlineState) + size_t(width) * sizeof(Pel));
     if (!block)
