@@ -5,8 +5,6 @@
 // follow restore the pel order.
 #include "stem/MixKernels.h"
 
-#include "AlphaDivide.h"
-
 #include <cstddef>
 #include <immintrin.h>
 
@@ -160,6 +158,16 @@ void PreMultAlphaRow(char* dst, const char* src, int count)
 // Blend and Add: colours over global_adt
 // =============================================================================
 
+// global_adt[a] without a table: gathers are slow where the CPU guards them.
+// 65536 / a in floats is exact where it is an integer, and elsewhere lies at
+// least 1/255 below the next integer, more than half an ulp (2^-9 below 2^16):
+// truncating it gives the entry. a = 0 gives 0x80000000, whose low 16 bits are
+// 0, and multiplies sums that are 0 there.
+__m256i AlphaReciprocals(__m256i alpha)
+{
+    return _mm256_cvttps_epi32(_mm256_div_ps(_mm256_set1_ps(65536.0f), _mm256_cvtepi32_ps(alpha)));
+}
+
 // ((c1 * w1 + c2 * w2) * adt[A]) >> 16 for two pels a half, w1 + w2 = A. The
 // sum is at most 255 * A, so it and adt[A] (A >= 2) fit 16 bits and mulhi is
 // the exact quotient; adt[1] = 65536 is 0 in 16 bits and A = 1 keeps the sum.
@@ -174,7 +182,7 @@ __m256i Blend8(__m256i p1, __m256i p2, __m256i l1, __m256i l2)
     const __m256i w1 = DivideBy255x32(_mm256_mullo_epi16(Alphas(p1), l1));
     const __m256i w2 = DivideBy255x32(_mm256_mullo_epi16(Alphas(p2), l2));
     const __m256i alpha = _mm256_min_epu32(_mm256_add_epi32(w1, w2), _mm256_set1_epi32(255));
-    const __m256i adt = _mm256_i32gather_epi32(reinterpret_cast<const int*>(global_adt), alpha, 4);
+    const __m256i adt = AlphaReciprocals(alpha);
     const __m256i one = _mm256_cmpeq_epi32(alpha, _mm256_set1_epi32(1));
     const __m256i zero = _mm256_setzero_si256();
     const __m256i lo =
@@ -209,7 +217,7 @@ __m256i Add8(__m256i p1, __m256i p2)
 {
     const __m256i alpha =
         _mm256_min_epu32(_mm256_add_epi32(Alphas(p1), Alphas(p2)), _mm256_set1_epi32(255));
-    const __m256i adt = _mm256_i32gather_epi32(reinterpret_cast<const int*>(global_adt), alpha, 4);
+    const __m256i adt = AlphaReciprocals(alpha);
     const __m256i zero = _mm256_setzero_si256();
     // [b1 b2 g1 g2 r1 r2 a1 a2] 16-bit lanes, one pel a half
     const __m256i lo = _mm256_unpacklo_epi8(p1, p2), hi = _mm256_unpackhi_epi8(p1, p2);

@@ -5,8 +5,6 @@
 // restore the pel order.
 #include "stem/MixKernels.h"
 
-#include "AlphaDivide.h"
-
 #include <cstddef>
 #include <immintrin.h>
 
@@ -160,6 +158,16 @@ void PreMultAlphaRow(char* dst, const char* src, int count)
 // Blend and Add: colours over global_adt
 // =============================================================================
 
+// global_adt[a] without a table: gathers are slow where the CPU guards them.
+// 65536 / a in floats is exact where it is an integer, and elsewhere lies at
+// least 1/255 below the next integer, more than half an ulp (2^-9 below 2^16):
+// truncating it gives the entry. a = 0 gives 0x80000000, whose low 16 bits are
+// 0, and multiplies sums that are 0 there.
+__m512i AlphaReciprocals(__m512i alpha)
+{
+    return _mm512_cvttps_epi32(_mm512_div_ps(_mm512_set1_ps(65536.0f), _mm512_cvtepi32_ps(alpha)));
+}
+
 // ((c1 * w1 + c2 * w2) * adt[A]) >> 16 for two pels a quarter, w1 + w2 = A. The
 // sum is at most 255 * A, so it and adt[A] (A >= 2) fit 16 bits and mulhi is
 // the exact quotient; adt[1] = 65536 is 0 in 16 bits and A = 1 keeps the sum.
@@ -174,7 +182,7 @@ __m512i Blend16(__m512i p1, __m512i p2, __m512i l1, __m512i l2)
     const __m512i w1 = DivideBy255x32(_mm512_mullo_epi16(Alphas(p1), l1));
     const __m512i w2 = DivideBy255x32(_mm512_mullo_epi16(Alphas(p2), l2));
     const __m512i alpha = _mm512_min_epu32(_mm512_add_epi32(w1, w2), _mm512_set1_epi32(255));
-    const __m512i adt = _mm512_i32gather_epi32(alpha, global_adt, 4);
+    const __m512i adt = AlphaReciprocals(alpha);
     const __m512i one = _mm512_movm_epi32(_mm512_cmpeq_epi32_mask(alpha, _mm512_set1_epi32(1)));
     const __m512i zero = _mm512_setzero_si512();
     const __m512i lo =
@@ -209,7 +217,7 @@ __m512i Add16(__m512i p1, __m512i p2)
 {
     const __m512i alpha =
         _mm512_min_epu32(_mm512_add_epi32(Alphas(p1), Alphas(p2)), _mm512_set1_epi32(255));
-    const __m512i adt = _mm512_i32gather_epi32(alpha, global_adt, 4);
+    const __m512i adt = AlphaReciprocals(alpha);
     const __m512i zero = _mm512_setzero_si512();
     // [b1 b2 g1 g2 r1 r2 a1 a2] 16-bit lanes, one pel a quarter
     const __m512i lo = _mm512_unpacklo_epi8(p1, p2), hi = _mm512_unpackhi_epi8(p1, p2);
