@@ -217,3 +217,49 @@ TEST(ScaleScanline, CopyIntakeAndBounds)
     EXPECT_EQ(r, (LayerRegion{2, 5, 6, 3}));
     EndScaleScanline(ctl);
 }
+
+// One control streams several runs through the zero-copy intake: the whole
+// width, a window (the source placed from the window's first column on), and
+// the same window again after the lists were regenerated for a narrower
+// source. Each run must be the model's, whatever the scaler kept of the last.
+TEST(ScaleScanline, RunsOfOneControlEachMatchTheModel)
+{
+    Rng rng(13);
+    const int outW = 29, outH = 5;
+    ScanlineControl* ctl = BeginScaleScanline(61, 9, outW, outH);
+    ASSERT_NE(ctl, nullptr);
+    struct Run {
+        int inW, x, width;
+    };
+    for (const Run run : {Run{61, 0, outW}, Run{61, 3, 21}, Run{61, 3, 21}, Run{45, 3, 21}}) {
+        SCOPED_TRACE(testing::Message() << run.inW << " from " << run.x << " for " << run.width);
+        if (run.inW != ctl->scale->inWidth) {
+            ctl->scale->inWidth = run.inW;
+            ASSERT_TRUE(ScaleGenScale(ctl->scale));
+        }
+        const Pels pels = RandomRow(rng, run.inW * 9);
+        ASSERT_EQ(OffsetScaleScanline(ctl, run.x, 0, run.width), 1);
+        int shift = 0;
+        for (int k = 1; k <= run.x; ++k)
+            shift += ctl->scale->horizontal[k].advance;
+        auto feed = [&](int k) {
+            ASSERT_LT(k, 9) << "asked for a row past the picture";
+            std::copy(pels.begin() + k * run.inW + shift, pels.begin() + (k + 1) * run.inW,
+                      GetBufferScaleScanline(ctl));
+        };
+        Pels out(size_t(run.width) * outH);
+        int k = 0;
+        feed(k++);
+        while (ctl->row < ctl->height) {
+            ASSERT_EQ(ScaleScanline(&out[size_t(ctl->row) * size_t(run.width)], nullptr, ctl), 1);
+            if (ctl->needInput)
+                feed(k++);
+        }
+        const Pels whole = ModelScale(pels, run.inW, 9, outW, outH);
+        for (int y = 0; y < outH; ++y)
+            for (int x = 0; x < run.width; ++x)
+                ASSERT_EQ(out[size_t(y * run.width + x)], whole[size_t(y * outW + run.x + x)])
+                    << "at " << x << "," << y;
+    }
+    EXPECT_TRUE(EndScaleScanline(ctl));
+}
