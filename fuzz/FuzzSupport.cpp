@@ -24,9 +24,9 @@ int Input::Range(int lo, int hi)
 
 int Input::Size()
 {
-    // Products of two sizes are either small (at most 65536 x 40 pels) or past
+    // Products of two sizes are either small (at most 300 x 300 pels) or past
     // what any allocator accepts.
-    static const int kOdd[] = {-7, -1, 0, 1, 65536, 1 << 30, INT_MAX, INT_MIN};
+    static const int kOdd[] = {-7, -1, 0, 1, 300, 1 << 30, INT_MAX, INT_MIN};
     const std::uint8_t b = Byte();
     if (b < 248)
         return b % 41; // 0..40

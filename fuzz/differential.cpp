@@ -234,16 +234,35 @@ void ScaleFamily(Fuzz::Input& in)
     for (const Bytes& r : rows)
         sources.push_back(&r);
     const int count = outW - firstColumn;
-    const Kernels::ScaleRowJob job{rowPointers.data(),  &v,
-                                   vertical[0].ratio,   horizontal.data() + firstColumn + 1,
-                                   horizontal[0].ratio, count};
+    const Kernels::ScaleRowJob job{rowPointers.data(),
+                                   &v,
+                                   vertical[0].ratio,
+                                   horizontal.data() + firstColumn + 1,
+                                   horizontal[0].ratio,
+                                   count,
+                                   nullptr};
     char params[128];
     std::snprintf(params, sizeof params, "%dx%d -> %dx%d row %d first column %d", inW, inH, outW,
                   outH, row, firstColumn);
-    EverySet("scale", "produceRow", sets, n, Bytes(std::size_t(count) * 4), params, sources,
-             [&](const Kernels::ScaleSet& s, Bytes& d) {
-                 s.produceRow(reinterpret_cast<Pel*>(d.data()), job);
-             });
+    // Each set without a column layout, and with its own when it has one.
+    for (const bool prepared : {false, true}) {
+        EverySet("scale", prepared ? "produceRow (prepared columns)" : "produceRow", sets, n,
+                 Bytes(std::size_t(count) * 4), params, sources,
+                 [&](const Kernels::ScaleSet& s, Bytes& d) {
+                     Kernels::ScaleRowJob own = job;
+                     const std::size_t bytes =
+                         prepared && s.columnBytes != nullptr ? s.columnBytes(count) : 0;
+                     std::vector<std::uint8_t> layout(bytes + 64);
+                     if (bytes > 0) {
+                         void* aligned =
+                             layout.data() +
+                             (64 - reinterpret_cast<std::uintptr_t>(layout.data()) % 64) % 64;
+                         s.prepareColumns(aligned, own);
+                         own.columns = aligned;
+                     }
+                     s.produceRow(reinterpret_cast<Pel*>(d.data()), own);
+                 });
+    }
 }
 
 struct Family {
