@@ -31,7 +31,8 @@ constexpr int kOutHeight = 720;
 void Register(const std::string& name, void (*fn)(benchmark::State&, Content), Content content)
 {
     benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) { fn(state, content); })
-        ->MinTime(kMinTime)
+        ->MinTime(kFrameMinTime)
+        ->Repetitions(kFrameRepetitions)
         ->Unit(benchmark::kMillisecond);
 }
 
@@ -458,10 +459,12 @@ void RegisterFrameOperations()
         const std::string suffix = std::string("/-/any/") + Name(mode);
         benchmark::RegisterBenchmark(("baseline/memcpy" + suffix).c_str(),
                                      [=](benchmark::State& s) { Memcpy(s, mode); })
-            ->MinTime(kMinTime);
+            ->MinTime(kFrameMinTime)
+            ->Repetitions(kFrameRepetitions);
         benchmark::RegisterBenchmark(("baseline/two-buffer" + suffix).c_str(),
                                      [=](benchmark::State& s) { TwoBuffer(s, mode); })
-            ->MinTime(kMinTime);
+            ->MinTime(kFrameMinTime)
+            ->Repetitions(kFrameRepetitions);
     }
 }
 
