@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "florist.h"
 #include "florist/LayerRows.h"
@@ -246,9 +247,8 @@ const Pel** AllocateRowPointers(i32 lineCount, i32 outWidth)
         block = std::calloc(1, head);
     if (!block)
         return nullptr;
-    auto* cache =
-        reinterpret_cast<ColumnCache*>(static_cast<char*>(block) + RowPointerBytes(lineCount));
-    cache->capacity = roomy ? layout : 0;
+    new (static_cast<char*>(block) + RowPointerBytes(lineCount))
+        ColumnCache{roomy ? layout : 0, nullptr, 0, 0, 0, false};
     return static_cast<const Pel**>(block);
 }
 
