@@ -1,9 +1,10 @@
 // AVX2 crawl kernels, eight pels per block. Only kCrawlAVX2 is visible outside.
 //
 // The straight filter divides per channel: (C1*e1 + C0*e0) / sum with sum <= 65280 and a
-// numerator <= 255*sum, both below 2^24, so floats hold every product and sum exactly. The
-// rounded float quotient then truncates to the integer one: a quotient k + r/sum with r >= 1
-// lies at least 1/sum below k + 1, beyond the rounding error (k + 1)*2^-24 < 1/sum.
+// numerator <= 255*sum, both below 2^24, so floats hold every product, sum and remainder
+// exactly. One reciprocal per pel, nudged below 1/sum, serves the three channels: the product
+// then undershoots the quotient by less than 1, its truncation is the quotient or one less,
+// and the remainder num - q*sum tells which.
 //
 // Gradient levels run in 32-bit lanes where Kernels::GradientFitsLanes allows: lane k of a
 // block holds min(L + k*step, 0x10000), which is the running level once L is at most the
@@ -58,12 +59,22 @@ template <int kShift> __m256 ChannelF(__m256i pels)
     return _mm256_cvtepi32_ps(Channel<kShift>(pels));
 }
 
+// 1/sum*(1 - 2^-10) with rcp's error below 1.5*2^-12: below 1/sum by less than 2^-9 of it.
+__m256 ReciprocalBelow(__m256 sum)
+{
+    return _mm256_mul_ps(_mm256_rcp_ps(sum), _mm256_set1_ps(1.0f - 1.0f / 1024.0f));
+}
+
 // (C1*e1 + C0*e0) / sum for one colour channel; sum is never 0 here.
-template <int kShift> __m256i Quotient(__m256i s0, __m256i s1, __m256 e0, __m256 e1, __m256 sum)
+template <int kShift>
+__m256i Quotient(__m256i s0, __m256i s1, __m256 e0, __m256 e1, __m256 sum, __m256 reciprocal)
 {
     const __m256 num = _mm256_add_ps(_mm256_mul_ps(ChannelF<kShift>(s1), e1),
                                      _mm256_mul_ps(ChannelF<kShift>(s0), e0));
-    return _mm256_cvttps_epi32(_mm256_div_ps(num, sum));
+    const __m256 q =
+        _mm256_round_ps(_mm256_mul_ps(num, reciprocal), _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
+    const __m256 under = _mm256_cmp_ps(_mm256_sub_ps(num, _mm256_mul_ps(q, sum)), sum, _CMP_GE_OQ);
+    return _mm256_cvttps_epi32(_mm256_add_ps(q, _mm256_and_ps(under, _mm256_set1_ps(1.0f))));
 }
 
 // The straight filter with in-range weights w0 = 256 - f, w1 = f in 32-bit lanes. A*w is at
@@ -77,9 +88,10 @@ __m256i Straight(__m256i s0, __m256i s1, __m256i w0, __m256i w1)
     const __m256 fe0 = _mm256_cvtepi32_ps(e0), fe1 = _mm256_cvtepi32_ps(e1);
     // Lanes with sum 0 divide by 1 and are cleared below.
     const __m256 fsum = _mm256_cvtepi32_ps(_mm256_sub_epi32(sum, dead));
-    const __m256i b = Quotient<0>(s0, s1, fe0, fe1, fsum);
-    const __m256i g = Quotient<8>(s0, s1, fe0, fe1, fsum);
-    const __m256i r = Quotient<16>(s0, s1, fe0, fe1, fsum);
+    const __m256 reciprocal = ReciprocalBelow(fsum);
+    const __m256i b = Quotient<0>(s0, s1, fe0, fe1, fsum, reciprocal);
+    const __m256i g = Quotient<8>(s0, s1, fe0, fe1, fsum, reciprocal);
+    const __m256i r = Quotient<16>(s0, s1, fe0, fe1, fsum, reciprocal);
     const __m256i a = _mm256_srli_epi32(sum, 8); // at most 255
     return _mm256_andnot_si256(
         dead, _mm256_or_si256(_mm256_or_si256(b, _mm256_slli_epi32(g, 8)),

@@ -1,9 +1,10 @@
 // AVX-512 crawl kernels, sixteen pels per block. Only kCrawlAVX512 is visible outside.
 //
 // The straight filter divides per channel: (C1*e1 + C0*e0) / sum with sum <= 65280 and a
-// numerator <= 255*sum, both below 2^24, so floats hold every product and sum exactly. The
-// rounded float quotient then truncates to the integer one: a quotient k + r/sum with r >= 1
-// lies at least 1/sum below k + 1, beyond the rounding error (k + 1)*2^-24 < 1/sum.
+// numerator <= 255*sum, both below 2^24, so floats hold every product, sum and remainder
+// exactly. One reciprocal per pel, nudged below 1/sum, serves the three channels: the product
+// then undershoots the quotient by less than 1, its truncation is the quotient or one less,
+// and the remainder num - q*sum tells which.
 //
 // Gradient levels run in 32-bit lanes where Kernels::GradientFitsLanes allows: lane k of a
 // block holds min(L + k*step, 0x10000), which is the running level once L is at most the
@@ -53,18 +54,33 @@ template <int kShift> __m512i Channel(__m512i pels)
     return _mm512_and_si512(_mm512_srli_epi32(pels, kShift), Splat(0xFF));
 }
 
-template <int kShift> __m512 ChannelF(__m512i pels)
+// Byte kByte of every pel as a float: one shuffle, the other three bytes zeroed.
+template <int kByte> __m512 ChannelF(__m512i pels)
 {
-    return _mm512_cvtepi32_ps(Channel<kShift>(pels));
+    // Shuffles index within each 128-bit lane: dword j takes byte 4j + kByte.
+    const __m512i pick =
+        _mm512_broadcast_i32x4(_mm_setr_epi32(int(0x80808000u | kByte), int(0x80808004u | kByte),
+                                              int(0x80808008u | kByte), int(0x8080800Cu | kByte)));
+    return _mm512_cvtepi32_ps(_mm512_shuffle_epi8(pels, pick));
 }
 
-// (C1*e1 + C0*e0) / sum for one colour channel; live lanes are those with sum > 0.
-template <int kShift>
-__m512i Quotient(__m512i s0, __m512i s1, __m512 e0, __m512 e1, __m512 sum, __mmask16 live)
+// 1/sum*(1 - 2^-13) with rcp14's error below 2^-14: below 1/sum by less than 2^-12 of it.
+__m512 ReciprocalBelow(__m512 sum)
 {
-    const __m512 num = _mm512_add_ps(_mm512_mul_ps(ChannelF<kShift>(s1), e1),
-                                     _mm512_mul_ps(ChannelF<kShift>(s0), e0));
-    return _mm512_cvttps_epi32(_mm512_maskz_div_ps(live, num, sum));
+    return _mm512_mul_ps(_mm512_rcp14_ps(sum), _mm512_set1_ps(1.0f - 1.0f / 8192.0f));
+}
+
+// (C1*e1 + C0*e0) / sum for one colour channel; lanes with sum 0 are cleared by the caller.
+template <int kByte>
+__m512i Quotient(__m512i s0, __m512i s1, __m512 e0, __m512 e1, __m512 sum, __m512 reciprocal)
+{
+    // Every product and sum is an integer below 2^24: fused or not, exact.
+    const __m512 num =
+        _mm512_fmadd_ps(ChannelF<kByte>(s1), e1, _mm512_mul_ps(ChannelF<kByte>(s0), e0));
+    const __m512 q = _mm512_roundscale_ps(_mm512_mul_ps(num, reciprocal),
+                                          _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
+    const __mmask16 under = _mm512_cmp_ps_mask(num, _mm512_fmadd_ps(q, sum, sum), _CMP_GE_OQ);
+    return _mm512_cvttps_epi32(_mm512_mask_add_ps(q, under, q, _mm512_set1_ps(1.0f)));
 }
 
 // The straight filter with in-range weights w0 = 256 - f, w1 = f in 32-bit lanes. A*w is at
@@ -76,13 +92,14 @@ __m512i Straight(__m512i s0, __m512i s1, __m512i w0, __m512i w1)
     const __m512i sum = _mm512_add_epi32(e0, e1);
     const __mmask16 live = _mm512_test_epi32_mask(sum, sum);
     const __m512 fe0 = _mm512_cvtepi32_ps(e0), fe1 = _mm512_cvtepi32_ps(e1);
-    const __m512 fsum = _mm512_cvtepi32_ps(sum);
-    const __m512i b = Quotient<0>(s0, s1, fe0, fe1, fsum, live);
-    const __m512i g = Quotient<8>(s0, s1, fe0, fe1, fsum, live);
-    const __m512i r = Quotient<16>(s0, s1, fe0, fe1, fsum, live);
+    const __m512 fsum = _mm512_cvtepi32_ps(sum), reciprocal = ReciprocalBelow(fsum);
+    const __m512i b = Quotient<0>(s0, s1, fe0, fe1, fsum, reciprocal);
+    const __m512i g = Quotient<1>(s0, s1, fe0, fe1, fsum, reciprocal);
+    const __m512i r = Quotient<2>(s0, s1, fe0, fe1, fsum, reciprocal);
     const __m512i a = _mm512_srli_epi32(sum, 8); // at most 255
-    return _mm512_or_si512(_mm512_or_si512(b, _mm512_slli_epi32(g, 8)),
-                           _mm512_or_si512(_mm512_slli_epi32(r, 16), _mm512_slli_epi32(a, 24)));
+    const __m512i bgr =
+        _mm512_ternarylogic_epi32(b, _mm512_slli_epi32(g, 8), _mm512_slli_epi32(r, 16), 0xFE);
+    return _mm512_maskz_or_epi32(live, bgr, _mm512_slli_epi32(a, 24));
 }
 
 // (X1*wNext + X0*wCur) >> 8 per channel: [b g r a] -> [0b 0g 0r 0a], 16-bit lanes, where
@@ -170,8 +187,19 @@ void SubpixRow(char* dst, const char* src, int count, int fraction)
     int x = 0;
     if (FractionInRange(fraction)) {
         const __m512i w0 = Splat(256 - fraction), w1 = Splat(fraction);
-        for (; x + kLanes <= count; x += kLanes)
-            Store(dst, x, Straight(Load(src, x), Load(src, x + 1), w0, w1));
+        const __m512i wCur = _mm512_set1_epi16(short(256 - fraction));
+        const __m512i wNext = _mm512_set1_epi16(short(fraction));
+        for (; x + kLanes <= count; x += kLanes) {
+            const __m512i s0 = Load(src, x), s1 = Load(src, x + 1);
+            // Equal alphas a filter to a*N / (256*a), the plain lerp N / 256: no division.
+            const __m512i a0 = _mm512_srli_epi32(s0, 24);
+            if (_mm512_cmpneq_epi32_mask(a0, _mm512_srli_epi32(s1, 24)) == 0)
+                Store(dst, x,
+                      _mm512_maskz_mov_epi32(_mm512_test_epi32_mask(a0, a0),
+                                             Lerp(s0, s1, wCur, wNext)));
+            else
+                Store(dst, x, Straight(s0, s1, w0, w1));
+        }
     }
     Kernels::kCrawlScalar.subpix(At(dst, x), At(src, x), count - x, fraction);
 }

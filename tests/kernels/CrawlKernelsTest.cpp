@@ -11,6 +11,7 @@ namespace {
 
 using R = const support::Rows*;
 using Kernels::CrawlSet;
+using support::u32;
 
 // Every pel offset within a 64-byte line for every count: every tail meets
 // every alignment.
@@ -57,12 +58,13 @@ TEST(CrawlKernels, FloatQuotientsTruncateExactlyBelow2To24)
         }
 }
 
-// Every fraction 0..256, and fractions beyond the range, where a block could wrap.
-TEST(CrawlKernels, EveryVariantMatchesScalarAtEveryFraction)
+// Fractions at both ends, a sweep between, and beyond the range, where a block could
+// wrap; the seeded rows meet every tail, alignment and aliasing.
+TEST(CrawlKernels, EveryVariantMatchesScalarOnSeededRows)
 {
     const std::vector<const CrawlSet*> sets = Sets();
-    std::vector<int> fractions = {-1, 257, 300, -256, INT_MIN, INT_MAX};
-    for (int f = 0; f <= 256; ++f)
+    std::vector<int> fractions = {-1, 257, 300, -256, INT_MIN, INT_MAX, 1, 2, 127, 129, 254, 255};
+    for (int f = 0; f <= 256; f += 16)
         fractions.push_back(f);
     for (std::size_t i = 1; i < sets.size(); ++i)
         for (auto row : {&CrawlSet::subpix, &CrawlSet::shapedSubpix})
@@ -74,8 +76,33 @@ TEST(CrawlKernels, EveryVariantMatchesScalarAtEveryFraction)
                 };
                 support::CheckRows(std::string(sets[i]->name) + " fraction " + std::to_string(f) +
                                        (row == &CrawlSet::subpix ? " straight" : " shaped"),
-                                   1, runner(sets[i]), runner(sets[0]), f % 16 ? Once() : kRows);
+                                   1, runner(sets[i]), runner(sets[0]), f % 64 ? Once() : kRows);
             }
+}
+
+// Every (A0, A1) pair side by side at every fraction 0..256: pel 2j has alpha j >> 8 and
+// pel 2j + 1 alpha j & 255, with seeded colours, extreme ones every third fraction.
+TEST(CrawlKernels, EveryVariantMatchesScalarForEveryAlphaPairAndFraction)
+{
+    const std::vector<const CrawlSet*> sets = Sets();
+    const int count = 2 * 65536;
+    std::vector<u32> src(std::size_t(count) + 1), want(src.size() - 1), got = want;
+    support::Rng rng(11);
+    const char* in = reinterpret_cast<const char*>(src.data());
+    for (int f = 0; f <= 256; ++f) {
+        for (int i = 0; i <= count; ++i) {
+            const u32 j = u32(i / 2), alpha = i % 2 ? j & 255 : j >> 8;
+            const u32 colour = f % 3 ? rng.Next() : (rng.Next() & 1 ? 0xFFFFFFu : 0u);
+            src[std::size_t(i)] = alpha << 24 | (colour & 0xFFFFFF);
+        }
+        for (auto row : {&CrawlSet::subpix, &CrawlSet::shapedSubpix}) {
+            (sets[0]->*row)(reinterpret_cast<char*>(want.data()), in, count, f);
+            for (std::size_t i = 1; i < sets.size(); ++i) {
+                (sets[i]->*row)(reinterpret_cast<char*>(got.data()), in, count, f);
+                ASSERT_TRUE(want == got) << sets[i]->name << " fraction " << f;
+            }
+        }
+    }
 }
 
 // Levels and steps: the ceiling reached mid-row and from above, negative levels and
