@@ -119,16 +119,31 @@ void FillRow(char* dst, int count, u32 colour)
 }
 
 // (A * level) / 256 truncates toward zero: a negative product gets 255 added
-// before the arithmetic shift. The product wraps as the scalar u32 one does.
+// before the arithmetic shift.
+__m512i LevelFadeN(__m512i p, __m512i product)
+{
+    const __m512i bias = _mm512_srli_epi32(_mm512_srai_epi32(product, 31), 24);
+    return WithAlpha(p, _mm512_srai_epi32(_mm512_add_epi32(product, bias), 8));
+}
+
+// A level that fits 16 signed bits multiplies by madd, one cheap step: the
+// upper half of each alpha lane is 0. Others wrap through the 32-bit product,
+// as the scalar u32 one does.
 void LevelFadeRow(char* dst, const char* src, int count, int level)
 {
-    const __m512i l = _mm512_set1_epi32(level);
     int i = 0;
-    for (; i + 16 <= count; i += 16) {
-        const __m512i p = Load16(src, i);
-        const __m512i product = _mm512_mullo_epi32(Alphas(p), l);
-        const __m512i bias = _mm512_srli_epi32(_mm512_srai_epi32(product, 31), 24);
-        Store16(dst, i, WithAlpha(p, _mm512_srai_epi32(_mm512_add_epi32(product, bias), 8)));
+    if (level >= -32768 && level <= 32767) {
+        const __m512i l = _mm512_set1_epi32(level & 0xFFFF);
+        for (; i + 16 <= count; i += 16) {
+            const __m512i p = Load16(src, i);
+            Store16(dst, i, LevelFadeN(p, _mm512_madd_epi16(Alphas(p), l)));
+        }
+    } else {
+        const __m512i l = _mm512_set1_epi32(level);
+        for (; i + 16 <= count; i += 16) {
+            const __m512i p = Load16(src, i);
+            Store16(dst, i, LevelFadeN(p, _mm512_mullo_epi32(Alphas(p), l)));
+        }
     }
     Kernels::kMixScalar.levelFade(At(dst, i), At(src, i), count - i, level);
 }

@@ -72,7 +72,7 @@ constexpr int kInRangeWeights = 8;
 
 const std::vector<int> kLevelFadeLevels = [] {
     std::vector<int> levels = Range(-2, 258);
-    for (int l : {-256, -300, 32767, 65536, 1 << 23, INT_MAX, INT_MIN})
+    for (int l : {-256, -300, 32767, 32768, -32768, -32769, 65536, 1 << 23, INT_MAX, INT_MIN})
         levels.push_back(l);
     return levels;
 }();
