@@ -110,14 +110,26 @@ V CompositAlphas(V ta, V ba)
     return _mm256_add_epi32(ta, _mm256_and_si256(w, _mm256_set1_epi32(0xFFFF)));
 }
 
-// Both weighted branches of CompositPel on every pel; `translucent` says
-// whether any pel that counts has a translucent bottom (else no table).
-V Weighted(V top, V bottom, V ta, V ba, bool translucent)
+// tc * ta + bc * (255 - ta) rounded by DivideBy255, alpha 255: the opaque
+// bottom's branch alone, when no pel needs the table.
+V BlendOnOpaque(V top, V bottom)
+{
+    const auto half = [](V top16, V bottom16) {
+        const V tw = SpreadAlpha(top16);
+        const V bw = _mm256_sub_epi16(_mm256_set1_epi16(255), tw);
+        return DivideBy255x16(
+            _mm256_add_epi16(_mm256_mullo_epi16(top16, tw), _mm256_mullo_epi16(bottom16, bw)));
+    };
+    const V colour =
+        _mm256_packus_epi16(half(Low(top), Low(bottom)), half(High(top), High(bottom)));
+    return WithAlphas(colour, _mm256_set1_epi32(255));
+}
+
+// Both weighted branches of CompositPel on every pel.
+V Weighted(V top, V bottom, V ta, V ba)
 {
     const V alpha = CompositAlphas(ta, ba);
-    const V adt32 = translucent
-                        ? _mm256_i32gather_epi32(reinterpret_cast<const int*>(global_adt), alpha, 4)
-                        : _mm256_set1_epi32(257);
+    const V adt32 = _mm256_i32gather_epi32(reinterpret_cast<const int*>(global_adt), alpha, 4);
     // Entry of pel k of each 128-bit half into the four lanes of that pel.
     const V toLow = _mm256_setr_epi32(0x01000100, 0x01000100, 0x05040504, 0x05040504, 0x01000100,
                                       0x01000100, 0x05040504, 0x05040504);
@@ -148,7 +160,8 @@ V Composit(V top, V bottom, Unchanged& same)
         return plain;
     const V translucent =
         _mm256_andnot_si256(_mm256_or_si256(unchanged, Is(ba, 255)), _mm256_set1_epi32(-1));
-    return Select(unchanged, plain, Weighted(top, bottom, ta, ba, !None(translucent)));
+    const V mixed = None(translucent) ? BlendOnOpaque(top, bottom) : Weighted(top, bottom, ta, ba);
+    return Select(unchanged, plain, mixed);
 }
 
 V Composit(V top, V bottom)
@@ -170,15 +183,7 @@ V OnOpaque(V top, V bottom, Unchanged& same)
     const V unchanged = _mm256_or_si256(opaque, clear);
     if (All(unchanged))
         return plain;
-    const auto half = [](V top16, V bottom16) {
-        const V tw = SpreadAlpha(top16);
-        const V bw = _mm256_sub_epi16(_mm256_set1_epi16(255), tw);
-        return DivideBy255x16(
-            _mm256_add_epi16(_mm256_mullo_epi16(top16, tw), _mm256_mullo_epi16(bottom16, bw)));
-    };
-    const V colour =
-        _mm256_packus_epi16(half(Low(top), Low(bottom)), half(High(top), High(bottom)));
-    return Select(unchanged, plain, WithAlphas(colour, _mm256_set1_epi32(255)));
+    return Select(unchanged, plain, BlendOnOpaque(top, bottom));
 }
 
 // FadePelAlpha: alpha * opacity <= 65025 fits the low 16 bits of each lane.

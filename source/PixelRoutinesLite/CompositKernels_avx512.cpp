@@ -92,13 +92,26 @@ V CompositAlphas(V ta, V ba)
     return _mm512_add_epi32(ta, _mm512_and_si512(w, _mm512_set1_epi32(0xFFFF)));
 }
 
-// Both weighted branches of CompositPel on every pel; `translucent` says
-// whether any pel that counts has a translucent bottom (else no table).
-V Weighted(V top, V bottom, V ta, V ba, bool translucent)
+// tc * ta + bc * (255 - ta) rounded by DivideBy255, alpha 255: the opaque
+// bottom's branch alone, when no pel needs the table.
+V BlendOnOpaque(V top, V bottom)
+{
+    const auto half = [](V top16, V bottom16) {
+        const V tw = SpreadWord3(top16);
+        const V bw = _mm512_sub_epi16(_mm512_set1_epi16(255), tw);
+        return DivideBy255x32(
+            _mm512_add_epi16(_mm512_mullo_epi16(top16, tw), _mm512_mullo_epi16(bottom16, bw)));
+    };
+    const V colour =
+        _mm512_packus_epi16(half(Low(top), Low(bottom)), half(High(top), High(bottom)));
+    return WithAlphas(colour, _mm512_set1_epi32(255));
+}
+
+// Both weighted branches of CompositPel on every pel.
+V Weighted(V top, V bottom, V ta, V ba)
 {
     const V alpha = CompositAlphas(ta, ba);
-    const V adt32 =
-        translucent ? _mm512_i32gather_epi32(alpha, global_adt, 4) : _mm512_set1_epi32(257);
+    const V adt32 = _mm512_i32gather_epi32(alpha, global_adt, 4);
     // Entry of pel k of each 128-bit lane into the four lanes of that pel.
     const V toLow = _mm512_set4_epi32(0x05040504, 0x05040504, 0x01000100, 0x01000100);
     const V toHigh = _mm512_set4_epi32(0x0D0C0D0C, 0x0D0C0D0C, 0x09080908, 0x09080908);
@@ -126,8 +139,8 @@ V Composit(V top, V bottom, Unchanged& same)
     V out = bottom;
     if (weighted != 0) {
         const Mask translucent = weighted & Mask(~_mm512_cmpeq_epi32_mask(ba, full));
-        out = _mm512_mask_mov_epi32(Weighted(top, bottom, ta, ba, translucent != 0), same.bottom,
-                                    bottom);
+        const V mixed = translucent ? Weighted(top, bottom, ta, ba) : BlendOnOpaque(top, bottom);
+        out = _mm512_mask_mov_epi32(mixed, same.bottom, bottom);
     }
     return _mm512_mask_mov_epi32(out, same.top, top);
 }
@@ -148,16 +161,7 @@ V OnOpaque(V top, V bottom, Unchanged& same)
     same.bottom = _mm512_testn_epi32_mask(ta, ta);
     V out = bottom;
     if ((same.top | same.bottom) != kAll) {
-        const auto half = [](V top16, V bottom16) {
-            const V tw = SpreadWord3(top16);
-            const V bw = _mm512_sub_epi16(_mm512_set1_epi16(255), tw);
-            return DivideBy255x32(
-                _mm512_add_epi16(_mm512_mullo_epi16(top16, tw), _mm512_mullo_epi16(bottom16, bw)));
-        };
-        const V colour =
-            _mm512_packus_epi16(half(Low(top), Low(bottom)), half(High(top), High(bottom)));
-        out =
-            _mm512_mask_mov_epi32(WithAlphas(colour, _mm512_set1_epi32(255)), same.bottom, bottom);
+        out = _mm512_mask_mov_epi32(BlendOnOpaque(top, bottom), same.bottom, bottom);
     }
     return _mm512_mask_mov_epi32(out, same.top, top);
 }
