@@ -246,14 +246,36 @@ void ColourOnRow(char* dst, const char* bottom, int count, u32 colour)
         });
 }
 
+// The colour's share of every channel, cc * ca, is the same in every block.
 void ColourOnOpaqueRow(char* dst, const char* bottom, int count, u32 colour)
 {
-    const V top = _mm512_set1_epi32(int(colour));
+    const u32 ca = colour >> 24;
+    if (ca == 0u || ca == 255u) {
+        const V top = _mm512_set1_epi32(int(colour));
+        return ForBlocks(
+            count,
+            [=](int i) {
+                const V out = ca == 0u ? Load(bottom, i) : top;
+                Store(dst, i, out, kAll);
+            },
+            [=](std::ptrdiff_t at, int n) {
+                Kernels::Scalar::CompositColourOnOpaque(dst + at, bottom + at, n, colour);
+            });
+    }
+    const V share =
+        _mm512_mullo_epi16(Low(_mm512_set1_epi32(int(colour))), _mm512_set1_epi16(short(ca)));
+    const V weight = _mm512_set1_epi16(short(255u - ca));
+    const V opaque = _mm512_set1_epi32(int(0xFF000000u));
     ForBlocks(
         count,
         [=](int i) {
-            Unchanged same;
-            Store(dst, i, OnOpaque(top, Load(bottom, i), same), kAll);
+            const V pels = Load(bottom, i);
+            const V lo =
+                DivideBy255x32(_mm512_add_epi16(share, _mm512_mullo_epi16(Low(pels), weight)));
+            const V hi =
+                DivideBy255x32(_mm512_add_epi16(share, _mm512_mullo_epi16(High(pels), weight)));
+            const V out = _mm512_or_si512(_mm512_packus_epi16(lo, hi), opaque);
+            Store(dst, i, out, kAll);
         },
         [=](std::ptrdiff_t at, int n) {
             Kernels::Scalar::CompositColourOnOpaque(dst + at, bottom + at, n, colour);
