@@ -6,10 +6,8 @@
 // their own (the sums are never -0, so no bit changes). Built without
 // contraction: a fused multiply-add would round once, not twice.
 //
-// The three quotients per pel are the slow part, so they are first taken as a
-// product with the reciprocal of the alpha; only a lane whose product lies
-// within 2^-20 of an integer, where the truncations of the product and of the
-// true quotient might differ, is divided for real.
+// The three quotients per pel would be the slow part: they are taken as a
+// product with the reciprocal of the alpha, then settled exactly (Quotient).
 #include "florist/ScaleKernels.h"
 
 #include <algorithm>
@@ -219,23 +217,25 @@ __m256i Clamp(__m512d v)
         _mm512_min_pd(_mm512_max_pd(v, _mm512_setzero_pd()), _mm512_set1_pd(255.0)));
 }
 
-// Clamp(sum / divisor) for lanes outside `skip`. The product with the rounded
-// reciprocal is within 2^-36 of the rounded quotient (both are within 2^-52
-// relatively of the true one, which stays below 2^16), so where the product
-// is 2^-20 or more away from every integer both truncate alike; a sum below 1
-// gives 0 either way. The remaining lanes divide.
-__m256i Quotient(__m512d sum, __m512d divisor, __m512d reciprocal, __mmask8 skip)
+// Clamp(sum / divisor) without dividing. The product q with the rounded
+// reciprocal is within 2^-36 of the true quotient (relative error 2^-52, and
+// the quotient stays below 2^10), so the rounded quotient truncates to n or
+// n - 1, n the integer nearest q. It reaches n exactly when the true quotient
+// is at least n less half the gap to the double below n (a tie rounds to n,
+// whose significand is even): when 2 (divisor n - sum) <= divisor gap. Every
+// step is exact: divisor n is an integer below 2^53, the difference is exact
+// near n (Sterbenz) and far from it too large to pass, the gap is a power of
+// two. A lane with n <= 0 gives at most 0, which clamps to 0.
+__m256i Quotient(__m512d sum, __m512d divisor, __m512d reciprocal)
 {
-    __m512d q = _mm512_mul_pd(sum, reciprocal);
-    const __m512d fraction = _mm512_sub_pd(q, _mm512_roundscale_pd(q, _MM_FROUND_TO_NEG_INF));
-    const double margin = 1.0 / (1 << 20);
-    const __mmask8 clear = _mm512_cmp_pd_mask(fraction, _mm512_set1_pd(margin), _CMP_GE_OQ) &
-                           _mm512_cmp_pd_mask(fraction, _mm512_set1_pd(1.0 - margin), _CMP_LE_OQ);
-    const __mmask8 small = _mm512_cmp_pd_mask(sum, _mm512_set1_pd(1.0), _CMP_LT_OQ);
-    const __mmask8 near = __mmask8(~(clear | small | skip));
-    if (near)
-        q = _mm512_mask_div_pd(q, near, sum, divisor);
-    return Clamp(q);
+    const __m512d q = _mm512_mul_pd(sum, reciprocal);
+    const __m512d n = _mm512_roundscale_pd(q, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+    const __m512d excess = _mm512_sub_pd(_mm512_mul_pd(divisor, n), sum);
+    const __m512d below =
+        _mm512_castsi512_pd(_mm512_sub_epi64(_mm512_castpd_si512(n), _mm512_set1_epi64(1)));
+    const __m512d gap = _mm512_mul_pd(divisor, _mm512_sub_pd(n, below));
+    const __mmask8 reaches = _mm512_cmp_pd_mask(_mm512_add_pd(excess, excess), gap, _CMP_LE_OQ);
+    return Clamp(_mm512_mask_sub_pd(n, __mmask8(~reaches), n, _mm512_set1_pd(1.0)));
 }
 
 // 1 / a for every output alpha, rounded to nearest when compiled; a gather
@@ -258,13 +258,13 @@ __m256i Result(const Sums& s)
 {
     const __m256i alpha = Clamp(s.a);
     const __mmask8 clear = _mm256_cmpeq_epi32_mask(alpha, _mm256_setzero_si256());
-    // Clear lanes divide by one instead of zero, then give 0 anyway.
+    // Clear lanes take the quotients by one instead of zero, then give 0 anyway.
     const __m512d divisor = _mm512_cvtepi32_pd(_mm256_max_epi32(alpha, _mm256_set1_epi32(1)));
     const __m512d reciprocal =
         _mm512_i32gather_pd(_mm256_max_epi32(alpha, _mm256_set1_epi32(1)), kReciprocals.of, 8);
-    const __m256i blue = Quotient(s.b, divisor, reciprocal, clear);
-    const __m256i green = Quotient(s.g, divisor, reciprocal, clear);
-    const __m256i red = Quotient(s.r, divisor, reciprocal, clear);
+    const __m256i blue = Quotient(s.b, divisor, reciprocal);
+    const __m256i green = Quotient(s.g, divisor, reciprocal);
+    const __m256i red = Quotient(s.r, divisor, reciprocal);
     const __m256i pels =
         _mm256_or_si256(_mm256_or_si256(blue, _mm256_slli_epi32(green, 8)),
                         _mm256_or_si256(_mm256_slli_epi32(red, 16), _mm256_slli_epi32(alpha, 24)));
@@ -272,8 +272,9 @@ __m256i Result(const Sums& s)
 }
 
 // One footprint row. Each weight is rowWeight x column weight, as in the reference.
-inline __attribute__((always_inline)) void AddRow(Sums& sums, __m512d& rest, const Pel* row, double rowWeight, const ColumnTaps& h,
-            __m512d hRatio, bool withCorner)
+inline __attribute__((always_inline)) void AddRow(Sums& sums, __m512d& rest, const Pel* row,
+                                                  double rowWeight, const ColumnTaps& h,
+                                                  __m512d hRatio, bool withCorner)
 {
     const __m512d rw = _mm512_set1_pd(rowWeight);
     // Past widestBelow a last row holds only zero weights.
