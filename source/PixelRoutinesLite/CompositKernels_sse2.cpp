@@ -3,6 +3,9 @@
 // CompositPel's ordered tests become selects applied lowest priority first:
 //   translucent bottom  ->  opaque bottom  ->  clear top gives bottom  ->  top
 // so the first test of the reference is applied last and wins.
+//
+// Only the plain composite has an SSE2 kernel; for the other routines the set
+// holds the scalar ones, as x86-64 machines without AVX2 are not a target.
 #include "PixelRoutinesLite/CompositKernels.h"
 
 #include "AlphaDivide.h"

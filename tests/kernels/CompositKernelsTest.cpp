@@ -4,7 +4,10 @@
 #include "PixelRoutinesLite/CompositKernels.h"
 #include "support/RowHarness.h"
 
+#include <algorithm>
 #include <functional>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -122,7 +125,10 @@ void CheckPairsPrefix(const std::string& name, int count, Run run, Want want)
     }
     run(gotRows, count, 1);
     want(wantRows, count, 1);
-    ASSERT_EQ(got[0], expected[0]) << name;
+    const auto miss = std::mismatch(got[0].begin(), got[0].end(), expected[0].begin());
+    if (miss.first != got[0].end())
+        ADD_FAILURE() << name << std::hex << ": pel " << (miss.first - got[0].begin()) << " got 0x"
+                      << *miss.first << " want 0x" << *miss.second;
 }
 
 // The variants this machine can run are built: an x86-64 build missing them is misconfigured.
