@@ -1,9 +1,10 @@
 // SSE2 fade, mix, channel and fill kernels. Only kMixSSE2 is visible outside.
 //
 // Only the members whose arithmetic SSE2 holds cheaply: the fade, the
-// premultiply and the shaped cross-fade, four pels per step. Add, Blend and
-// the cross-fade want 32-bit products, the fills and selects are what the
-// compiler makes of the scalar loops already: those members are the scalar set's.
+// premultiply and the shaped cross-fade, four pels per step. Add, Blend, the
+// level fade and the cross-fade want 32-bit lane products (SSE4.1), and the
+// compiler already vectorises the scalar fills, setters and Max: those members
+// are the scalar set's.
 #include "stem/MixKernels.h"
 
 #include <cstddef>
