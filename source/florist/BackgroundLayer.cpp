@@ -277,7 +277,7 @@ void BuildLine(BackgroundScanlineState* state, i32 count)
 
 void NextRow(BackgroundScanlineState* state)
 {
-    ++state->row;
+    state->row = i32(u32(state->row) + 1u); // wraps past INT32_MAX, as tileX and tileY do
     state->outputReady = 1;
     state->needInput = 1;
 }
