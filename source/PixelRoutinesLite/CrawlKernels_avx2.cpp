@@ -54,9 +54,13 @@ template <int kShift> __m256i Channel(__m256i pels)
     return _mm256_and_si256(_mm256_srli_epi32(pels, kShift), Splat(0xFF));
 }
 
-template <int kShift> __m256 ChannelF(__m256i pels)
+// Byte kByte of every pel as a float: one shuffle, which indexes within each 128-bit
+// lane, so dword j takes byte 4j + kByte and zeros elsewhere.
+template <int kByte> __m256 ChannelF(__m256i pels)
 {
-    return _mm256_cvtepi32_ps(Channel<kShift>(pels));
+    const int b0 = int(0x80808000u | kByte), b1 = b0 + 4, b2 = b0 + 8, b3 = b0 + 12;
+    const __m256i pick = _mm256_setr_epi32(b0, b1, b2, b3, b0, b1, b2, b3);
+    return _mm256_cvtepi32_ps(_mm256_shuffle_epi8(pels, pick));
 }
 
 // 1/sum*(1 - 2^-10) with rcp's error below 1.5*2^-12: below 1/sum by less than 2^-9 of it.
@@ -66,11 +70,11 @@ __m256 ReciprocalBelow(__m256 sum)
 }
 
 // (C1*e1 + C0*e0) / sum for one colour channel; sum is never 0 here.
-template <int kShift>
+template <int kByte>
 __m256i Quotient(__m256i s0, __m256i s1, __m256 e0, __m256 e1, __m256 sum, __m256 reciprocal)
 {
-    const __m256 num = _mm256_add_ps(_mm256_mul_ps(ChannelF<kShift>(s1), e1),
-                                     _mm256_mul_ps(ChannelF<kShift>(s0), e0));
+    const __m256 num = _mm256_add_ps(_mm256_mul_ps(ChannelF<kByte>(s1), e1),
+                                     _mm256_mul_ps(ChannelF<kByte>(s0), e0));
     const __m256 q =
         _mm256_round_ps(_mm256_mul_ps(num, reciprocal), _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
     const __m256 under = _mm256_cmp_ps(_mm256_sub_ps(num, _mm256_mul_ps(q, sum)), sum, _CMP_GE_OQ);
@@ -90,8 +94,8 @@ __m256i Straight(__m256i s0, __m256i s1, __m256i w0, __m256i w1)
     const __m256 fsum = _mm256_cvtepi32_ps(_mm256_sub_epi32(sum, dead));
     const __m256 reciprocal = ReciprocalBelow(fsum);
     const __m256i b = Quotient<0>(s0, s1, fe0, fe1, fsum, reciprocal);
-    const __m256i g = Quotient<8>(s0, s1, fe0, fe1, fsum, reciprocal);
-    const __m256i r = Quotient<16>(s0, s1, fe0, fe1, fsum, reciprocal);
+    const __m256i g = Quotient<1>(s0, s1, fe0, fe1, fsum, reciprocal);
+    const __m256i r = Quotient<2>(s0, s1, fe0, fe1, fsum, reciprocal);
     const __m256i a = _mm256_srli_epi32(sum, 8); // at most 255
     return _mm256_andnot_si256(
         dead, _mm256_or_si256(_mm256_or_si256(b, _mm256_slli_epi32(g, 8)),
@@ -108,6 +112,28 @@ __m256i Lerp(__m256i p0, __m256i p1, __m256i wCur, __m256i wNext)
     const __m256i hi = _mm256_add_epi16(_mm256_mullo_epi16(_mm256_unpackhi_epi8(p0, zero), wCur),
                                         _mm256_mullo_epi16(_mm256_unpackhi_epi8(p1, zero), wNext));
     return _mm256_packus_epi16(_mm256_srli_epi16(lo, 8), _mm256_srli_epi16(hi, 8));
+}
+
+// The straight filter's weights in 32-bit lanes (w0 = 256 - f, w1 = f) and in 16-bit
+// lanes for the lerp (cur = 256 - f, next = f).
+struct Weights {
+    explicit Weights(int fraction)
+        : w0(Splat(256 - fraction)), w1(Splat(fraction)),
+          cur(_mm256_set1_epi16(short(256 - fraction))), next(_mm256_set1_epi16(short(fraction)))
+    {
+    }
+    __m256i w0, w1, cur, next;
+};
+
+// Equal alphas a filter to a*N / (256*a), the plain lerp N / 256: blocks inside glyphs and
+// in the gaps between them need no division.
+__m256i StraightFilter(__m256i s0, __m256i s1, const Weights& w)
+{
+    const __m256i a0 = _mm256_srli_epi32(s0, 24);
+    if (_mm256_movemask_epi8(_mm256_cmpeq_epi32(a0, _mm256_srli_epi32(s1, 24))) == -1)
+        return _mm256_andnot_si256(_mm256_cmpeq_epi32(a0, _mm256_setzero_si256()),
+                                   Lerp(s0, s1, w.cur, w.next));
+    return Straight(s0, s1, w.w0, w.w1);
 }
 
 // v / 256, truncating toward zero.
@@ -181,9 +207,9 @@ void SubpixRow(char* dst, const char* src, int count, int fraction)
 {
     int x = 0;
     if (FractionInRange(fraction)) {
-        const __m256i w0 = Splat(256 - fraction), w1 = Splat(fraction);
+        const Weights weights(fraction);
         for (; x + kLanes <= count; x += kLanes)
-            Store(dst, x, Straight(Load(src, x), Load(src, x + 1), w0, w1));
+            Store(dst, x, StraightFilter(Load(src, x), Load(src, x + 1), weights));
     }
     Kernels::kCrawlScalar.subpix(At(dst, x), At(src, x), count - x, fraction);
 }
@@ -196,11 +222,11 @@ void SubpixGradientRow(char* dst, const char* src, int count, int fraction, int 
     };
     if (!FractionInRange(fraction))
         return scalar(dst, src, count, level);
-    const __m256i w0 = Splat(256 - fraction), w1 = Splat(fraction);
-    RunGradient(dst, src, count, level, levelStep, scalar,
-                [&](const char* row, int x, __m256i levels) {
-                    return FadeAlpha(levels, Straight(Load(row, x), Load(row, x + 1), w0, w1));
-                });
+    const Weights weights(fraction);
+    RunGradient(
+        dst, src, count, level, levelStep, scalar, [&](const char* row, int x, __m256i levels) {
+            return FadeAlpha(levels, StraightFilter(Load(row, x), Load(row, x + 1), weights));
+        });
 }
 
 void ShapedSubpixRow(char* dst, const char* src, int count, int fraction)

@@ -114,6 +114,27 @@ __m512i Lerp(__m512i p0, __m512i p1, __m512i wCur, __m512i wNext)
     return _mm512_packus_epi16(_mm512_srli_epi16(lo, 8), _mm512_srli_epi16(hi, 8));
 }
 
+// The straight filter's weights in 32-bit lanes (w0 = 256 - f, w1 = f) and in 16-bit
+// lanes for the lerp (cur = 256 - f, next = f).
+struct Weights {
+    explicit Weights(int fraction)
+        : w0(Splat(256 - fraction)), w1(Splat(fraction)),
+          cur(_mm512_set1_epi16(short(256 - fraction))), next(_mm512_set1_epi16(short(fraction)))
+    {
+    }
+    __m512i w0, w1, cur, next;
+};
+
+// Equal alphas a filter to a*N / (256*a), the plain lerp N / 256: blocks inside glyphs and
+// in the gaps between them need no division.
+__m512i StraightFilter(__m512i s0, __m512i s1, const Weights& w)
+{
+    const __m512i a0 = _mm512_srli_epi32(s0, 24);
+    if (_mm512_cmpneq_epi32_mask(a0, _mm512_srli_epi32(s1, 24)) == 0)
+        return _mm512_maskz_mov_epi32(_mm512_test_epi32_mask(a0, a0), Lerp(s0, s1, w.cur, w.next));
+    return Straight(s0, s1, w.w0, w.w1);
+}
+
 // v / 256, truncating toward zero.
 __m512i DivideBy256(__m512i v)
 {
@@ -186,20 +207,9 @@ void SubpixRow(char* dst, const char* src, int count, int fraction)
 {
     int x = 0;
     if (FractionInRange(fraction)) {
-        const __m512i w0 = Splat(256 - fraction), w1 = Splat(fraction);
-        const __m512i wCur = _mm512_set1_epi16(short(256 - fraction));
-        const __m512i wNext = _mm512_set1_epi16(short(fraction));
-        for (; x + kLanes <= count; x += kLanes) {
-            const __m512i s0 = Load(src, x), s1 = Load(src, x + 1);
-            // Equal alphas a filter to a*N / (256*a), the plain lerp N / 256: no division.
-            const __m512i a0 = _mm512_srli_epi32(s0, 24);
-            if (_mm512_cmpneq_epi32_mask(a0, _mm512_srli_epi32(s1, 24)) == 0)
-                Store(dst, x,
-                      _mm512_maskz_mov_epi32(_mm512_test_epi32_mask(a0, a0),
-                                             Lerp(s0, s1, wCur, wNext)));
-            else
-                Store(dst, x, Straight(s0, s1, w0, w1));
-        }
+        const Weights weights(fraction);
+        for (; x + kLanes <= count; x += kLanes)
+            Store(dst, x, StraightFilter(Load(src, x), Load(src, x + 1), weights));
     }
     Kernels::kCrawlScalar.subpix(At(dst, x), At(src, x), count - x, fraction);
 }
@@ -212,11 +222,11 @@ void SubpixGradientRow(char* dst, const char* src, int count, int fraction, int 
     };
     if (!FractionInRange(fraction))
         return scalar(dst, src, count, level);
-    const __m512i w0 = Splat(256 - fraction), w1 = Splat(fraction);
-    RunGradient(dst, src, count, level, levelStep, scalar,
-                [&](const char* row, int x, __m512i levels) {
-                    return FadeAlpha(levels, Straight(Load(row, x), Load(row, x + 1), w0, w1));
-                });
+    const Weights weights(fraction);
+    RunGradient(
+        dst, src, count, level, levelStep, scalar, [&](const char* row, int x, __m512i levels) {
+            return FadeAlpha(levels, StraightFilter(Load(row, x), Load(row, x + 1), weights));
+        });
 }
 
 void ShapedSubpixRow(char* dst, const char* src, int count, int fraction)

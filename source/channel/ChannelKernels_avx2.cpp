@@ -39,14 +39,22 @@ __m256i Weighted(__m256i p)
     return _mm256_add_epi32(br, ga);
 }
 
+// Each 128-bit lane gathers the byte of its four pels into its low dword; dwords 0 and 4
+// then make the eight bytes. Indices with the top bit set, byte added or not, give zero.
 void ByteRow(u8* dst, const u8* pels, int count, int byte)
 {
-    const __m128i shift = _mm_cvtsi32_si128(byte * 8);
+    const char z = char(0x80);
+    const __m256i pick =
+        _mm256_add_epi8(_mm256_setr_epi8(0, 4, 8, 12, z, z, z, z, z, z, z, z, z, z, z, z, 0, 4, 8,
+                                         12, z, z, z, z, z, z, z, z, z, z, z, z),
+                        _mm256_set1_epi8(char(byte)));
+    const __m256i join = _mm256_setr_epi32(0, 4, 0, 0, 0, 0, 0, 0);
     int i = 0;
-    for (; i + kLanes <= count; i += kLanes)
-        StoreBytes(
-            dst, i,
-            _mm256_and_si256(_mm256_srl_epi32(Load(pels, i), shift), _mm256_set1_epi32(0xFF)));
+    for (; i + kLanes <= count; i += kLanes) {
+        const __m256i bytes =
+            _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(Load(pels, i), pick), join);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(dst + i), _mm256_castsi256_si128(bytes));
+    }
     Kernels::kChannelScalar.byteRow(dst + i, pels + std::ptrdiff_t(i) * 4, count - i, byte);
 }
 
