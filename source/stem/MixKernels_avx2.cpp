@@ -305,23 +305,27 @@ void CrossFadeRow(char* dst, const char* srcA, const char* srcB, int count, int 
 // One pel a half: [xa xb] 16-bit pairs times [wa wb] summed by madd; weights
 // that fit 16 signed bits keep every sum exact in 32. Signed division by 256
 // truncates toward zero: negative sums get 255 added before the shift.
-__m256i ShapedPel(__m256i pairs16, __m256i weights)
+// Weights of 0 or more summing to 256 at most keep the sum in 0..255 * 256:
+// a plain shift then, and nothing to mask.
+template <bool kInRange> __m256i ShapedPel(__m256i pairs16, __m256i weights)
 {
     const __m256i sum = _mm256_madd_epi16(pairs16, weights);
+    if (kInRange)
+        return _mm256_srli_epi32(sum, 8);
     const __m256i bias = _mm256_srli_epi32(_mm256_srai_epi32(sum, 31), 24);
     return _mm256_and_si256(_mm256_srai_epi32(_mm256_add_epi32(sum, bias), 8),
                             _mm256_set1_epi32(0xFF));
 }
 
-__m256i ShapedCrossFade8(__m256i a, __m256i b, __m256i weights)
+template <bool kInRange> __m256i ShapedCrossFade8(__m256i a, __m256i b, __m256i weights)
 {
     const __m256i zero = _mm256_setzero_si256();
     // [xa xb] per channel, 16-bit lanes, one pel a half
     const __m256i lo = _mm256_unpacklo_epi8(a, b), hi = _mm256_unpackhi_epi8(a, b);
-    const __m256i q0 = ShapedPel(_mm256_unpacklo_epi8(lo, zero), weights);
-    const __m256i q1 = ShapedPel(_mm256_unpackhi_epi8(lo, zero), weights);
-    const __m256i q2 = ShapedPel(_mm256_unpacklo_epi8(hi, zero), weights);
-    const __m256i q3 = ShapedPel(_mm256_unpackhi_epi8(hi, zero), weights);
+    const __m256i q0 = ShapedPel<kInRange>(_mm256_unpacklo_epi8(lo, zero), weights);
+    const __m256i q1 = ShapedPel<kInRange>(_mm256_unpackhi_epi8(lo, zero), weights);
+    const __m256i q2 = ShapedPel<kInRange>(_mm256_unpacklo_epi8(hi, zero), weights);
+    const __m256i q3 = ShapedPel<kInRange>(_mm256_unpackhi_epi8(hi, zero), weights);
     const __m256i mixed =
         _mm256_packus_epi16(_mm256_packus_epi32(q0, q1), _mm256_packus_epi32(q2, q3));
     return Select(_mm256_cmpeq_epi32(a, b), a, mixed);
@@ -332,16 +336,26 @@ bool FitsInt16(int w)
     return w >= -32768 && w <= 32767;
 }
 
+template <bool kInRange>
+int ShapedCrossFadeBody(char* dst, const char* srcA, const char* srcB, int count, int weightA,
+                        int weightB)
+{
+    const __m256i weights =
+        _mm256_set1_epi32(int((u32(weightB) & 0xFFFF) << 16 | (u32(weightA) & 0xFFFF)));
+    int i = 0;
+    for (; i + 8 <= count; i += 8)
+        Store8(dst, i, ShapedCrossFade8<kInRange>(Load8(srcA, i), Load8(srcB, i), weights));
+    return i;
+}
+
 void ShapedCrossFadeRow(char* dst, const char* srcA, const char* srcB, int count, int weightA,
                         int weightB)
 {
     int i = 0;
-    if (FitsInt16(weightA) && FitsInt16(weightB)) {
-        const __m256i weights =
-            _mm256_set1_epi32(int((u32(weightB) & 0xFFFF) << 16 | (u32(weightA) & 0xFFFF)));
-        for (; i + 8 <= count; i += 8)
-            Store8(dst, i, ShapedCrossFade8(Load8(srcA, i), Load8(srcB, i), weights));
-    }
+    if (weightA >= 0 && weightB >= 0 && weightA <= 256 - weightB)
+        i = ShapedCrossFadeBody<true>(dst, srcA, srcB, count, weightA, weightB);
+    else if (FitsInt16(weightA) && FitsInt16(weightB))
+        i = ShapedCrossFadeBody<false>(dst, srcA, srcB, count, weightA, weightB);
     Kernels::kMixScalar.shapedCrossFade(At(dst, i), At(srcA, i), At(srcB, i), count - i, weightA,
                                         weightB);
 }

@@ -309,23 +309,27 @@ void CrossFadeRow(char* dst, const char* srcA, const char* srcB, int count, int 
 // One pel a quarter: [xa xb] 16-bit pairs times [wa wb] summed by madd; weights
 // that fit 16 signed bits keep every sum exact in 32. Signed division by 256
 // truncates toward zero: negative sums get 255 added before the shift.
-__m512i ShapedPel(__m512i pairs16, __m512i weights)
+// Weights of 0 or more summing to 256 at most keep the sum in 0..255 * 256:
+// a plain shift then, and nothing to mask.
+template <bool kInRange> __m512i ShapedPel(__m512i pairs16, __m512i weights)
 {
     const __m512i sum = _mm512_madd_epi16(pairs16, weights);
+    if (kInRange)
+        return _mm512_srli_epi32(sum, 8);
     const __m512i bias = _mm512_srli_epi32(_mm512_srai_epi32(sum, 31), 24);
     return _mm512_and_si512(_mm512_srai_epi32(_mm512_add_epi32(sum, bias), 8),
                             _mm512_set1_epi32(0xFF));
 }
 
-__m512i ShapedCrossFade16(__m512i a, __m512i b, __m512i weights)
+template <bool kInRange> __m512i ShapedCrossFade16(__m512i a, __m512i b, __m512i weights)
 {
     const __m512i zero = _mm512_setzero_si512();
     // [xa xb] per channel, 16-bit lanes, one pel a quarter
     const __m512i lo = _mm512_unpacklo_epi8(a, b), hi = _mm512_unpackhi_epi8(a, b);
-    const __m512i q0 = ShapedPel(_mm512_unpacklo_epi8(lo, zero), weights);
-    const __m512i q1 = ShapedPel(_mm512_unpackhi_epi8(lo, zero), weights);
-    const __m512i q2 = ShapedPel(_mm512_unpacklo_epi8(hi, zero), weights);
-    const __m512i q3 = ShapedPel(_mm512_unpackhi_epi8(hi, zero), weights);
+    const __m512i q0 = ShapedPel<kInRange>(_mm512_unpacklo_epi8(lo, zero), weights);
+    const __m512i q1 = ShapedPel<kInRange>(_mm512_unpackhi_epi8(lo, zero), weights);
+    const __m512i q2 = ShapedPel<kInRange>(_mm512_unpacklo_epi8(hi, zero), weights);
+    const __m512i q3 = ShapedPel<kInRange>(_mm512_unpackhi_epi8(hi, zero), weights);
     const __m512i mixed =
         _mm512_packus_epi16(_mm512_packus_epi32(q0, q1), _mm512_packus_epi32(q2, q3));
     return Select(_mm512_cmpeq_epi32_mask(a, b), a, mixed);
@@ -336,16 +340,26 @@ bool FitsInt16(int w)
     return w >= -32768 && w <= 32767;
 }
 
+template <bool kInRange>
+int ShapedCrossFadeBody(char* dst, const char* srcA, const char* srcB, int count, int weightA,
+                        int weightB)
+{
+    const __m512i weights =
+        _mm512_set1_epi32(int((u32(weightB) & 0xFFFF) << 16 | (u32(weightA) & 0xFFFF)));
+    int i = 0;
+    for (; i + 16 <= count; i += 16)
+        Store16(dst, i, ShapedCrossFade16<kInRange>(Load16(srcA, i), Load16(srcB, i), weights));
+    return i;
+}
+
 void ShapedCrossFadeRow(char* dst, const char* srcA, const char* srcB, int count, int weightA,
                         int weightB)
 {
     int i = 0;
-    if (FitsInt16(weightA) && FitsInt16(weightB)) {
-        const __m512i weights =
-            _mm512_set1_epi32(int((u32(weightB) & 0xFFFF) << 16 | (u32(weightA) & 0xFFFF)));
-        for (; i + 16 <= count; i += 16)
-            Store16(dst, i, ShapedCrossFade16(Load16(srcA, i), Load16(srcB, i), weights));
-    }
+    if (weightA >= 0 && weightB >= 0 && weightA <= 256 - weightB)
+        i = ShapedCrossFadeBody<true>(dst, srcA, srcB, count, weightA, weightB);
+    else if (FitsInt16(weightA) && FitsInt16(weightB))
+        i = ShapedCrossFadeBody<false>(dst, srcA, srcB, count, weightA, weightB);
     Kernels::kMixScalar.shapedCrossFade(At(dst, i), At(srcA, i), At(srcB, i), count - i, weightA,
                                         weightB);
 }
