@@ -460,11 +460,11 @@ void RegisterFrameOperations()
         benchmark::RegisterBenchmark(("baseline/memcpy" + suffix).c_str(),
                                      [=](benchmark::State& s) { Memcpy(s, mode); })
             ->MinTime(kFrameMinTime)
-            ->Repetitions(kFrameRepetitions);
+            ->Repetitions(kBaselineRepetitions);
         benchmark::RegisterBenchmark(("baseline/two-buffer" + suffix).c_str(),
                                      [=](benchmark::State& s) { TwoBuffer(s, mode); })
             ->MinTime(kFrameMinTime)
-            ->Repetitions(kFrameRepetitions);
+            ->Repetitions(kBaselineRepetitions);
     }
 }
 

@@ -21,6 +21,8 @@ constexpr double kRowMinTime = 0.03;
 constexpr int kRowRepetitions = 2;
 constexpr double kFrameMinTime = 0.05;
 constexpr int kFrameRepetitions = 3;
+// The bandwidth passes are the bars of the targets, and cheap: more of them.
+constexpr int kBaselineRepetitions = 5;
 
 // One row of work: a member picks the rows its routine takes.
 struct Rows {

@@ -144,8 +144,8 @@ void Machine(std::ostream& out)
         << ", vector kernels left out"
 #endif
         << "). CPU time per iteration, the fastest of " << kFrameRepetitions << " repetitions of "
-        << Format("%.2f", kFrameMinTime) << " s for whole frames and baselines and of "
-        << kRowRepetitions << " of " << Format("%.2f", kRowMinTime)
+        << Format("%.2f", kFrameMinTime) << " s for whole frames (" << kBaselineRepetitions
+        << " for the baselines) and of " << kRowRepetitions << " of " << Format("%.2f", kRowMinTime)
         << " s for kernel rows, all in one run: the machine may be shared, and other work "
            "only ever adds time.\n\n"
         << "Modes: *warm* processes one 1920x1080 frame (rows of " << kWidth
