@@ -131,11 +131,13 @@ void Scenario()
     }
 
     Layer* copy = DuplicateLayer(layer);
-    if (copy != nullptr)
+    if (copy != nullptr) {
         EXPECT_TRUE(LayerHolds(copy, kColour));
+    }
     Layer* similar = CreateSimilarLayer(layer);
-    if (similar != nullptr)
+    if (similar != nullptr) {
         EXPECT_TRUE(LayerHolds(similar, 0));
+    }
 
     Layer* clipped = CreateClippedLayer(layer);
     if (clipped != nullptr) {
@@ -164,8 +166,9 @@ void Scenario()
     Layer* scaled = CreateLayer(37, 11);
     if (scaled != nullptr && layer != nullptr) {
         // Done in full (the destination no longer blank) or refused.
-        if (ResizeLayer(scaled, layer, true))
+        if (ResizeLayer(scaled, layer, true)) {
             EXPECT_FALSE(LayerHolds(scaled, 0));
+        }
     }
     ScanlineControl* scaler = BeginScaleScanline(5, 3, 9, 7);
     if (scaler != nullptr) {
@@ -188,8 +191,9 @@ void Scenario()
         EndBackgroundScanline(background);
     }
     SetStockLayer(40, layer);
-    if (ExistsStockLayer(40))
+    if (ExistsStockLayer(40)) {
         EXPECT_TRUE(LayerHolds(GetStockLayer(40), kColour));
+    }
     SetStockLayer(40, nullptr);
 
     Channel* channel = CreateSizedChannel(layer);
@@ -210,8 +214,9 @@ void Scenario()
             ClipChannel(view, 2, 2, 6, 5);
             EXPECT_TRUE(FillChannel(view, 7));
             Channel* tiled = CreateChannel(9, 9);
-            if (tiled != nullptr && tiled->data != nullptr)
+            if (tiled != nullptr && tiled->data != nullptr) {
                 EXPECT_TRUE(TileChannel(tiled, view, 1, 1));
+            }
             DeleteChannel(tiled);
             DeleteChannel(view);
         }
