@@ -355,7 +355,12 @@ ScanlineControl* BeginScaleScanline(int inWidth, int inHeight, int outWidth, int
 {
     if (inWidth < 1 || inHeight < 1 || outWidth < 1 || outHeight < 1)
         return nullptr;
-    if (inWidth > INT_MAX / 4)
+    // Every block the scaler allocates stays within 2^31 - 1 bytes, the limit
+    // the pixel allocators keep: a source row, and each axis' list.
+    const auto listFits = [](int out) {
+        return (size_t(out) + 1) * sizeof(tagScaleList) <= size_t(INT_MAX);
+    };
+    if (inWidth > INT_MAX / 4 || !listFits(outWidth) || !listFits(outHeight))
         return nullptr;
     auto* ctl = static_cast<ScanlineControl*>(std::calloc(1, sizeof(ScanlineControl)));
     if (!ctl)

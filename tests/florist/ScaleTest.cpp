@@ -2,6 +2,7 @@
 // closed forms of the per-axis recurrences, pels from whole-picture footprints
 // (no ring, no streaming).
 #include <algorithm>
+#include <climits>
 
 #include "Support.h"
 
@@ -207,6 +208,10 @@ TEST(ScaleScanline, CopyIntakeAndBounds)
     EXPECT_TRUE(EndScaleScanline(ctl));
 
     EXPECT_EQ(BeginScaleScanline(0, 1, 1, 1), nullptr);
+    // Blocks past 2^31 - 1 bytes are refused before anything is allocated.
+    EXPECT_EQ(BeginScaleScanline(1 << 29, 1, 1, 1), nullptr);
+    EXPECT_EQ(BeginScaleScanline(1, 1, INT_MAX / 16, 1), nullptr);
+    EXPECT_EQ(BeginScaleScanline(1, 1, 1, INT_MAX / 16), nullptr);
     ctl = BeginScaleScanline(10, 10, 4, 4);
     EXPECT_EQ(OffsetScaleScanline(ctl, 4, 0, 0), 1); // x == width with width 0
     const int refused[][3] = {{5, 0, 0}, {1, 0, 4}, {0, 5, 1}, {-1, 0, 1}, {0, -1, 1}};
