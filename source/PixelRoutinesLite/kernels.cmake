@@ -13,9 +13,10 @@ if(FLOWER_VECTOR_KERNELS AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd6
   set(KERNEL_FLAGS_AVX2 -mavx2)
   set(KERNEL_FLAGS_AVX512 -mavx2 -mavx512f -mavx512bw -mavx512vl -mavx512dq)
   # GCC 12's AVX-512 headers pass deliberately undefined operands through, which
-  # its optimiser reports as maybe-uninitialized in every caller of a Release build.
+  # its optimiser reports as (maybe-)uninitialized in their callers, depending on
+  # the optimisation level and the sanitizers.
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    list(APPEND KERNEL_FLAGS_AVX512 -Wno-maybe-uninitialized)
+    list(APPEND KERNEL_FLAGS_AVX512 -Wno-maybe-uninitialized -Wno-uninitialized)
   endif()
   foreach(src IN LISTS KERNEL_VARIANT_SOURCES)
     if(src MATCHES "_(sse2|avx2|avx512)\\.cpp$")
