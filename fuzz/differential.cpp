@@ -148,7 +148,8 @@ void MixFamily(Fuzz::Input& in)
     const bool inPlace = in.Bool();
     const std::uint32_t level = in.Bool() ? std::uint32_t(in.Range(0, 256)) : in.U32();
     const int weightA = in.Bool() ? in.Range(0, 256) : int(in.U32());
-    const int weightB = in.Bool() ? 256 - weightA : int(in.U32());
+    // Weights that sum to 256, or anything at all; the sum wraps as the row's does.
+    const int weightB = in.Bool() ? int(256u - std::uint32_t(weightA)) : int(in.U32());
     const std::uint32_t keep = in.U32(), bits = in.U32() & ~keep;
     const Bytes s1 = Row(in, count), s2 = Row(in, count);
     // In place, the destination is the very row of the first source.
