@@ -83,7 +83,8 @@ FLOWER_API bool ScaleGenScale(tagScaleIP_SCALE* scale);
 extern "C" {
 
 // A scaler for inWidth x inHeight -> outWidth x outHeight, or null (a size below
-// 1, a source row or an axis' scale list past 2^31 - 1 bytes, or no memory). Release it with EndScaleScanline.
+// 1, a source row, an axis' scale list or the ring of source rows one output
+// row spans past 2^31 - 1 bytes, or no memory). Release it with EndScaleScanline.
 FLOWER_API ScanlineControl* BeginScaleScanline(int inWidth, int inHeight, int outWidth,
                                                int outHeight);
 

@@ -355,8 +355,8 @@ ScanlineControl* BeginScaleScanline(int inWidth, int inHeight, int outWidth, int
 {
     if (inWidth < 1 || inHeight < 1 || outWidth < 1 || outHeight < 1)
         return nullptr;
-    // Every block the scaler allocates stays within 2^31 - 1 bytes, the limit
-    // the pixel allocators keep: a source row, and each axis' list.
+    // The scaler's memory stays within 2^31 - 1 bytes per part, the limit the
+    // pixel allocators keep: a source row, each axis' list, the ring of rows.
     const auto listFits = [](int out) {
         return (size_t(out) + 1) * sizeof(tagScaleList) <= size_t(INT_MAX);
     };
@@ -390,19 +390,30 @@ ScanlineControl* BeginScaleScanline(int inWidth, int inHeight, int outWidth, int
     for (i64 k = 1; k <= outHeight; ++k)
         largest = std::max(largest, scale.vertical[k].count);
     ctl->lineCount = largest + 2;
+    // The ring holds every source row one output row spans: a tall source
+    // squeezed into few rows would take gigabytes, so it keeps the same limit.
+    const std::uint64_t ringBytes =
+        std::uint64_t(ctl->lineCount) * (2 * sizeof(Pel*) + std::uint64_t(inWidth) * 4);
+    if (ringBytes > std::uint64_t(INT_MAX)) {
+        EndScaleScanline(ctl);
+        return nullptr;
+    }
     ctl->lines = static_cast<Pel**>(std::calloc(size_t(ctl->lineCount), sizeof(Pel*)));
     ctl->rowPointers = AllocateRowPointers(ctl->lineCount, outWidth);
     if (!ctl->lines || !ctl->rowPointers) {
         EndScaleScanline(ctl);
         return nullptr;
     }
-    for (i32 i = 0; i < ctl->lineCount; ++i) {
-        ctl->lines[i] = static_cast<Pel*>(std::calloc(size_t(inWidth), sizeof(Pel)));
-        if (!ctl->lines[i]) {
-            EndScaleScanline(ctl);
-            return nullptr;
-        }
+    // One block for the whole ring: a tall source squeezed into few rows has
+    // millions of short lines, and one allocation each would take seconds.
+    Pel* const ring =
+        static_cast<Pel*>(std::calloc(size_t(ctl->lineCount) * size_t(inWidth), sizeof(Pel)));
+    if (!ring) {
+        EndScaleScanline(ctl);
+        return nullptr;
     }
+    for (i32 i = 0; i < ctl->lineCount; ++i)
+        ctl->lines[i] = ring + std::ptrdiff_t(i) * inWidth;
     ctl->lineBytes = inWidth * 4;
     ctl->valid = 1;
     return ctl;
@@ -495,8 +506,7 @@ bool EndScaleScanline(ScanlineControl* control)
     if (!control)
         return false;
     if (control->lines) {
-        for (i32 i = 0; i < control->lineCount; ++i)
-            std::free(control->lines[i]);
+        std::free(control->lines[0]); // the ring's one block, or null
         std::free(control->lines);
     }
     std::free(control->rowPointers);

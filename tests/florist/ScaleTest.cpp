@@ -212,6 +212,7 @@ TEST(ScaleScanline, CopyIntakeAndBounds)
     EXPECT_EQ(BeginScaleScanline(1 << 29, 1, 1, 1), nullptr);
     EXPECT_EQ(BeginScaleScanline(1, 1, INT_MAX / 16, 1), nullptr);
     EXPECT_EQ(BeginScaleScanline(1, 1, 1, INT_MAX / 16), nullptr);
+    EXPECT_EQ(BeginScaleScanline(2, 1 << 30, 2, 1), nullptr); // a ring of 2^30 rows
     ctl = BeginScaleScanline(10, 10, 4, 4);
     EXPECT_EQ(OffsetScaleScanline(ctl, 4, 0, 0), 1); // x == width with width 0
     const int refused[][3] = {{5, 0, 0}, {1, 0, 4}, {0, 5, 1}, {-1, 0, 1}, {0, -1, 1}};
