@@ -2,6 +2,7 @@
 // member and bit for bit, including the bytes around the row and rows that
 // alias their sources.
 #include "PixelRoutinesLite/CompositKernels.h"
+#include "kernels/BestSet.h"
 #include "support/RowHarness.h"
 
 #include <algorithm>
@@ -134,16 +135,9 @@ void CheckPairsPrefix(const std::string& name, int count, Run run, Want want)
 // The variants this machine can run are built: an x86-64 build missing them is misconfigured.
 TEST(CompositKernels, BestRunnableSetIsActive)
 {
-    const CompositSet* composit[4];
-    const int nComposit = Kernels::RunnableCompositSets(composit);
-    EXPECT_EQ(composit[0], &Kernels::kCompositScalar);
-    EXPECT_EQ(&Kernels::ActiveCompositSet(), composit[nComposit - 1]);
-#if defined(__x86_64__) && !defined(FLOWER_SCALAR_KERNELS_ONLY)
-    __builtin_cpu_init();
-    const bool avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                        __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq");
-    EXPECT_EQ(nComposit, __builtin_cpu_supports("avx2") ? (avx512 ? 4 : 3) : 2);
-#endif
+    const CompositSet* sets[4];
+    kernels_test::ExpectBestSetActive(sets, Kernels::RunnableCompositSets(sets),
+                                      Kernels::kCompositScalar, Kernels::ActiveCompositSet(), true);
 }
 
 TEST(CompositKernels, EveryMemberOfEveryVariantMatchesScalarOnSeededRows)

@@ -1,6 +1,7 @@
 // Every crawl kernel set this CPU runs against the scalar set, bit for bit,
 // including the bytes around the row and rows that alias their sources.
 #include "PixelRoutinesLite/CrawlKernels.h"
+#include "kernels/BestSet.h"
 #include "support/RowHarness.h"
 
 #include <climits>
@@ -35,14 +36,8 @@ std::vector<const CrawlSet*> Sets()
 TEST(CrawlKernels, BestRunnableSetIsActive)
 {
     const std::vector<const CrawlSet*> sets = Sets();
-    EXPECT_EQ(sets.front(), &Kernels::kCrawlScalar);
-    EXPECT_EQ(&Kernels::ActiveCrawlSet(), sets.back());
-#if defined(__x86_64__) && !defined(FLOWER_SCALAR_KERNELS_ONLY)
-    __builtin_cpu_init();
-    EXPECT_EQ(sets.size(), __builtin_cpu_supports("avx512bw") ? 4u
-                           : __builtin_cpu_supports("avx2")   ? 3u
-                                                              : 2u);
-#endif
+    kernels_test::ExpectBestSetActive(sets.data(), int(sets.size()), Kernels::kCrawlScalar,
+                                      Kernels::ActiveCrawlSet(), true);
 }
 
 // The vector sets divide in floats: for every divisor s up to 65280 and quotient k up to

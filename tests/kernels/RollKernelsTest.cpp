@@ -1,6 +1,7 @@
 // Every roll kernel set this CPU runs against the scalar set, bit for bit, with
 // scales and weights in range, faded, zero and out of range (where 32-bit sums wrap).
 #include "PixelRoutinesLite/RollKernels.h"
+#include "kernels/BestSet.h"
 #include "support/RowHarness.h"
 
 #include <climits>
@@ -22,14 +23,8 @@ std::vector<const RollSet*> Sets()
 TEST(RollKernels, BestRunnableSetIsActive)
 {
     const std::vector<const RollSet*> sets = Sets();
-    EXPECT_EQ(sets.front(), &Kernels::kRollScalar);
-    EXPECT_EQ(&Kernels::ActiveRollSet(), sets.back());
-#if defined(__x86_64__) && !defined(FLOWER_SCALAR_KERNELS_ONLY)
-    __builtin_cpu_init();
-    EXPECT_EQ(sets.size(), __builtin_cpu_supports("avx512bw") ? 3u
-                           : __builtin_cpu_supports("avx2")   ? 2u
-                                                              : 1u);
-#endif
+    kernels_test::ExpectBestSetActive(sets.data(), int(sets.size()), Kernels::kRollScalar,
+                                      Kernels::ActiveRollSet(), false);
 }
 
 TEST(RollKernels, ScaledAlphaCopiesMatchScalarAtEveryScale)
