@@ -19,8 +19,8 @@ _lent_keys = itertools.count(1)
 
 
 @_capi.FreeFunction
-def _return_lent_array(_block, key):
-    _lent_arrays.pop(key, None)
+def _return_lent_array(_block, key, _lent=_lent_arrays):
+    _lent.pop(key, None)
 
 
 class _Reference:
@@ -31,10 +31,11 @@ class _Reference:
     def __init__(self, handle):
         self.handle = handle
 
-    def release(self):
+    # Bound now: finalisers may run while the interpreter tears modules down.
+    def release(self, _delete=lib.DeleteLayer):
         handle, self.handle = self.handle, None
         if handle:
-            lib.DeleteLayer(handle)
+            _delete(handle)
 
     __del__ = release
 
