@@ -2,6 +2,7 @@
 raised for bad arguments and failed calls."""
 
 import ctypes
+import doctest
 import gc
 import re
 
@@ -17,6 +18,10 @@ def test_version_is_the_loaded_library(direct):
     assert flower.__version__ == text.decode()
     assert flower.version_info == tuple(n.value for n in numbers)
     assert re.fullmatch(r"\d+\.\d+\.\d+", flower.__version__)
+
+
+def test_the_package_example_runs():
+    assert doctest.testmod(flower).failed == 0
 
 
 def test_from_array_shares_memory_both_ways(pels):
