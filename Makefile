@@ -9,7 +9,9 @@
 JOBS ?= $(shell nproc)
 DEB_PACKAGES := cmake make g++ clang libclang-rt-14-dev pkg-config \
                 libgtest-dev libgmock-dev libbenchmark-dev \
-                libpng-dev libfreetype-dev fonts-dejavu-core libpixman-1-dev
+                libpng-dev libfreetype-dev libpixman-1-dev \
+                libharfbuzz-dev libfribidi-dev libraqm-dev libfontconfig-dev libunibreak-dev \
+                fonts-dejavu-core fonts-noto-core fonts-wqy-microhei fonts-noto-color-emoji
 CMAKE_COMMON := -DFLOWER_WERROR=ON
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
