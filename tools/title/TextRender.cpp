@@ -13,6 +13,7 @@
 #include "PixelRoutinesLite.h"
 #include "ToolError.h"
 #include "florist.h"
+#include "seed.h"
 
 namespace title {
 
@@ -142,6 +143,9 @@ Font::Font(const std::string& pathOrPattern, int pixelSize, const TextSettings& 
     : settings(textSettings), fonts(pathOrPattern, pixelSize),
       shaper(fonts, textSettings.direction, textSettings.tabWidth)
 {
+    // Colour glyphs go through the library's scaler and composites.
+    if (!FlowerInit())
+        throw ToolError("libflower failed to initialise");
 }
 
 Font::~Font() = default;
