@@ -4,7 +4,8 @@
 # make bench: build the speed suite (Release) and run it once, writing the
 #             tables and targets into docs/benchmarks.md.
 # make demo : build everything, then render out/demo.png and out/demo.y4m
-#             with tools/title (flower-title) from its built-in defaults.
+#             with tools/title (flower-title): multilingual text over the
+#             built-in sample picture.
 
 JOBS ?= $(shell nproc)
 DEB_PACKAGES := cmake make g++ clang libclang-rt-14-dev pkg-config \
@@ -102,11 +103,13 @@ fuzz: build/fuzz/CMakeCache.txt
 
 DEMO_TOOL := build/release/tools/flower-title
 DEMO_STYLE := --outline 2 --shadow 3
+DEMO_TEXT := --text-file docs/demo-roll.txt \
+             --text "$$(printf 'News in every script\nأخبار عاجلة\nמבזק חדשות\n突发新闻\nहिन्दी समाचार')"
 
 demo: build
 	mkdir -p out
-	$(DEMO_TOOL) still $(DEMO_STYLE) -o out/demo.png
-	$(DEMO_TOOL) crawl --with-roll $(DEMO_STYLE) --size 1280x720 --time 4 --seconds 4 -o out/demo.y4m
+	$(DEMO_TOOL) still $(DEMO_STYLE) $(DEMO_TEXT) -o out/demo.png
+	$(DEMO_TOOL) crawl --with-roll $(DEMO_STYLE) $(DEMO_TEXT) --size 1280x720 --time 4 --seconds 4 -o out/demo.y4m
 	@echo "View: ffplay out/demo.y4m   (or mpv out/demo.y4m; see README.md, Title renderer)"
 
 format:
