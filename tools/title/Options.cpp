@@ -390,7 +390,7 @@ Options ParseOptions(int argc, const char* const* argv)
 
 const char* HelpText()
 {
-    return R"(flower-title: crawls and rolls real text over video frames with libflower
+    return R"help(flower-title: crawls and rolls real text over video frames with libflower
 
 usage: flower-title crawl|roll|still [options]
 
@@ -401,8 +401,9 @@ commands
   still   one frame with a crawl and a roll, at --time seconds
 
 text
-  --text TEXT             crawl text (UTF-8); each newline in it starts a new item, joined
-                          by " • ". For roll without --text-file: the roll's lines
+  --text TEXT             crawl text (UTF-8); newlines separate its items, which read in
+                          their own directions, joined by " • ". For roll without
+                          --text-file: the roll's text, a newline starting a new line
   --text-file PATH        roll text, one line per line (UTF-8)
   --font FONT             font file, or fontconfig name or pattern: "DejaVu Serif",
                           "Noto Sans:bold" (default DejaVu Sans). Characters it lacks
@@ -443,13 +444,13 @@ examples
   flower-title still -o title.png
   flower-title crawl --text "Breaking news" --speed 200 --outline 2 -o crawl.y4m
   flower-title roll --text-file credits.txt --interlace tff --fps 25 -o roll.y4m
-  flower-title crawl --font "Noto Sans" --text "Hello • مرحبا • שלום • 你好" -o crawl.y4m
+  flower-title crawl --font "Noto Sans" --text "$(printf 'Hello\nمرحبا\nשלום\n你好')" -o crawl.y4m
   flower-title crawl --with-roll --size 1920x1080 -o - |
       ffmpeg -f rawvideo -pixel_format bgra -video_size 1920x1080 -framerate 25 -i - out.mp4
 
-Bad arguments, unreadable fonts or pictures and unwritable outputs exit with status 2
-and leave no file behind.
-)";
+Bad arguments, missing or broken fonts, unreadable pictures, text too large to set and
+unwritable outputs exit with status 2 and leave no file behind.
+)help";
 }
 
 } // namespace title
