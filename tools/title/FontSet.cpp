@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
+#include <cstring>
 #include <cmath>
 #include <fontconfig/fontconfig.h>
 #include <map>
@@ -153,9 +155,11 @@ struct FontSet::State {
 
 void FontSet::State::OpenPrimaryFile(const std::string& path)
 {
+    if (access(path.c_str(), R_OK) != 0)
+        throw ToolError("cannot read font '" + path + "': " + std::strerror(errno));
     primary.face = Open(path, 0);
     if (!primary.face)
-        throw ToolError("cannot read font '" + path + "': no such file, or not a font");
+        throw ToolError("font '" + path + "' is not a font file FreeType can read");
     pattern.reset(FcPatternCreate());
     if (!pattern)
         throw ToolError("out of memory for the font lookup");
