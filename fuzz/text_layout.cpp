@@ -24,7 +24,8 @@ title::Font& FontFor(const title::TextSettings& s)
     static std::map<std::tuple<int, bool, int>, std::unique_ptr<title::Font>> fonts;
     auto& font = fonts[{int(s.direction), s.wrap, s.tabWidth}];
     if (!font)
-        font = std::make_unique<title::Font>("/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf", 14, s);
+        font =
+            std::make_unique<title::Font>("/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf", 14, s);
     return *font;
 }
 

@@ -198,10 +198,12 @@ TEST_F(TitleTool, FontByNameEqualsFontByPath)
 TEST_F(TitleTool, RightToLeftCrawlMovesRight)
 {
     const std::string hebrew = " --text '\u05e9\u05dc\u05d5\u05dd \u05e2\u05d5\u05dc\u05dd'";
-    const std::vector<Frame> frames = Run(kBareCrawl + hebrew + " --speed 75 --time 1 --seconds 0.12 -o -").Frames();
+    const std::vector<Frame> frames =
+        Run(kBareCrawl + hebrew + " --speed 75 --time 1 --seconds 0.12 -o -").Frames();
     ASSERT_EQ(frames.size(), 3u);
     for (std::size_t n = 0; n + 1 < frames.size(); ++n) {
-        ASSERT_GT(std::count_if(frames[n].begin(), frames[n].end(), [](auto p) { return p >> 24; }), 100);
+        ASSERT_GT(std::count_if(frames[n].begin(), frames[n].end(), [](auto p) { return p >> 24; }),
+                  100);
         for (int y = 0; y < 96; ++y)
             for (int x = 0; x + 3 < 160; ++x)
                 ASSERT_EQ(frames[n + 1][y * 160 + x + 3], frames[n][y * 160 + x]) << n << " " << x;
@@ -227,8 +229,8 @@ TEST_F(TitleTool, HundredThousandCharactersRenderOrStateTheLimit)
         text += i % 7 == 6 ? ' ' : char('a' + i % 26);
     std::ofstream(dir + "/long.txt") << text;
     for (const char* args : {"crawl --text \"$(cat long.txt)\" --seconds 0.04 -o -",
-                                    "roll --text-file long.txt --seconds 0.04 -o -",
-                                    "crawl --text \"$(cat long.txt)\" --font-size 60 -o a.png"}) {
+                             "roll --text-file long.txt --seconds 0.04 -o -",
+                             "crawl --text \"$(cat long.txt)\" --font-size 60 -o a.png"}) {
         const Result r = Run(std::string(args) + kSmall);
         if (r.status == 0)
             EXPECT_EQ(r.err, "") << args;

@@ -70,8 +70,8 @@ std::string ErrorOf(const std::function<void()>& f)
 // as the letters typed in visual order under a left-to-right override.
 TEST(TextBidi, HebrewWordMatchesVisualOrderUnderOverride)
 {
-    const TextBitmap logical = Line("\u05E9\u05DC\u05D5\u05DD");               // shalom
-    const TextBitmap visual = Line("\u202D\u05DD\u05D5\u05DC\u05E9\u202C");    // reversed, LRO
+    const TextBitmap logical = Line("\u05E9\u05DC\u05D5\u05DD");                // shalom
+    const TextBitmap visual = Line("\u202D\u05DD\u05D5\u05DC\u05E9\u202C");     // reversed, LRO
     const TextBitmap typedOrder = Line("\u202D\u05E9\u05DC\u05D5\u05DD\u202C"); // forced LTR
     EXPECT_TRUE(Same(logical, visual));
     EXPECT_FALSE(Same(logical, typedOrder));
@@ -84,7 +84,8 @@ TEST(TextBidi, MixedLineKeepsEnglishRunsInOrder)
     // A right-to-left paragraph puts the first run on the right.
     TextSettings rtl;
     rtl.direction = TextDirection::RightToLeft;
-    EXPECT_TRUE(Same(Line(mixed, rtl), Line("\u202DOmega \u05EA\u05D9\u05E8\u05D1\u05E2 Alpha\u202C")));
+    EXPECT_TRUE(
+        Same(Line(mixed, rtl), Line("\u202DOmega \u05EA\u05D9\u05E8\u05D1\u05E2 Alpha\u202C")));
 }
 
 // Lam then alef form one ligature; a zero-width non-joiner leaves two isolated forms.
@@ -98,7 +99,8 @@ TEST(TextShaping, ArabicLamAlefLigatureDiffersFromIsolatedForms)
 // KA + virama + SSA is the conjunct KSSA; the non-joiner shows a half form and SSA.
 TEST(TextShaping, DevanagariConjunctDiffersFromLettersKeptApart)
 {
-    const TextBitmap conjunct = Line("\u0915\u094D\u0937"), apart = Line("\u0915\u094D\u200C\u0937");
+    const TextBitmap conjunct = Line("\u0915\u094D\u0937"),
+                     apart = Line("\u0915\u094D\u200C\u0937");
     EXPECT_GT(Inked(conjunct), 0);
     EXPECT_FALSE(Same(conjunct, apart));
 }
@@ -116,12 +118,13 @@ TEST(TextFallback, CjkAndEmojiDrawInkThatIsNotTheMissingGlyphBox)
     // Emoji come in colour: some pels are far from grey.
     const TextBitmap emoji = Line("\U0001F389");
     ASSERT_TRUE(emoji.HasColour());
-    EXPECT_GT(std::count_if(emoji.colour.pels.begin(), emoji.colour.pels.end(),
-                            [](std::uint32_t p) {
-                                const int r = p >> 16 & 255, g = p >> 8 & 255, b = p & 255;
-                                return (p >> 24) > 128 && std::max({r, g, b}) - std::min({r, g, b}) > 64;
-                            }),
-              20);
+    EXPECT_GT(
+        std::count_if(emoji.colour.pels.begin(), emoji.colour.pels.end(),
+                      [](std::uint32_t p) {
+                          const int r = p >> 16 & 255, g = p >> 8 & 255, b = p & 255;
+                          return (p >> 24) > 128 && std::max({r, g, b}) - std::min({r, g, b}) > 64;
+                      }),
+        20);
 }
 
 TEST(TextFonts, NameAndPatternFindTheInstalledFiles)
@@ -201,8 +204,8 @@ TEST(TextStructure, RollLinesWrapAtBreakOpportunities)
     EXPECT_EQ(whole.coverage.height, lineHeight + 4);
     EXPECT_GT(whole.coverage.width, 300);
     // Ideographs break between characters (UAX #14), with no spaces to find.
-    const TextBitmap cjk =
-        wrapping.RenderBlock({"\u4E2D\u6587\u5B57\u7B26\u4E2D\u6587\u5B57\u7B26\u4E2D\u6587"}, 2, 60);
+    const TextBitmap cjk = wrapping.RenderBlock(
+        {"\u4E2D\u6587\u5B57\u7B26\u4E2D\u6587\u5B57\u7B26\u4E2D\u6587"}, 2, 60);
     EXPECT_GE(cjk.coverage.height, 3 * lineHeight);
     EXPECT_LE(cjk.coverage.width, 60 + 4 + 2);
     // A newline inside a roll line starts a new line.

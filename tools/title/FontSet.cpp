@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <cstring>
 #include <cmath>
+#include <cstring>
 #include <fontconfig/fontconfig.h>
 #include <map>
 #include <unistd.h>
@@ -44,7 +44,8 @@ int BestStrike(FT_Face face, int pixelSize)
 {
     int best = 0;
     for (int i = 1; i < face->num_fixed_sizes; ++i) {
-        const long have = face->available_sizes[best].y_ppem, next = face->available_sizes[i].y_ppem;
+        const long have = face->available_sizes[best].y_ppem,
+                   next = face->available_sizes[i].y_ppem;
         const long want = long(pixelSize) << 6;
         const bool nextFits = next >= want, bestFits = have >= want;
         if ((nextFits && (!bestFits || next < have)) || (!nextFits && !bestFits && next > have))
@@ -72,7 +73,7 @@ std::string StringOf(FcPattern* p, const char* object, int n = 0)
 {
     FcChar8* s = nullptr;
     return FcPatternGetString(p, object, n, &s) == FcResultMatch ? reinterpret_cast<char*>(s)
-                                                                  : std::string();
+                                                                 : std::string();
 }
 
 // Family names compare as fontconfig compares them: case and blanks do not count.
@@ -125,8 +126,8 @@ struct FontSet::State {
     FT_Library library = nullptr;
     int pixelSize = 0;
     SizedFace primary;
-    PatternPtr pattern;           // the primary font's, configured: the fallback order's key
-    FontSetPtr fallbacks;         // sorted once, on the first character the primary lacks
+    PatternPtr pattern;   // the primary font's, configured: the fallback order's key
+    FontSetPtr fallbacks; // sorted once, on the first character the primary lacks
     std::map<std::pair<std::string, int>, SizedFace> opened; // fallback faces by file and index
     std::unordered_map<char32_t, const SizedFace*> chosen;
     std::unordered_map<char32_t, const SizedFace*> emoji;
@@ -210,7 +211,8 @@ const SizedFace* FontSet::State::Fallback(char32_t c, bool colourOnly)
         FcBool colour = FcFalse;
         if (FcPatternGetCharSet(font, FC_CHARSET, 0, &chars) != FcResultMatch ||
             !FcCharSetHasChar(chars, FcChar32(c)) ||
-            (colourOnly && (FcPatternGetBool(font, FC_COLOR, 0, &colour) != FcResultMatch || !colour)))
+            (colourOnly &&
+             (FcPatternGetBool(font, FC_COLOR, 0, &colour) != FcResultMatch || !colour)))
             continue;
         int index = 0;
         FcPatternGetInteger(font, FC_INDEX, 0, &index);
@@ -288,7 +290,8 @@ const SizedFace* FontSet::Find(FT_Face face) const
 int FontSet::LineHeight() const
 {
     const FT_Face f = state->primary.face;
-    return std::max(1, int(std::lround(((f->size->metrics.height + 63) >> 6) * state->primary.scale)));
+    return std::max(1,
+                    int(std::lround(((f->size->metrics.height + 63) >> 6) * state->primary.scale)));
 }
 
 int FontSet::Ascender() const

@@ -96,8 +96,8 @@ Production Produce(const Options& o)
         bands.push_back({0, bandY, w, bandHeight});
         crawl.y = bandY + pad + font.Ascender() - line.baseline;
         // Speeds are in the reading direction: right-to-left text moves right.
-        crawl.speed = (o.crawlSpeed != 0 ? o.crawlSpeed : w / 6.0) *
-                      (font.RightToLeft(o.crawlText) ? -1 : 1);
+        crawl.speed =
+            (o.crawlSpeed != 0 ? o.crawlSpeed : w / 6.0) * (font.RightToLeft(o.crawlText) ? -1 : 1);
         crawl.fade = o.fade >= 0 ? o.fade : w / 24;
         rollBottom = bandY - h / 30;
     }

@@ -206,8 +206,7 @@ const std::map<std::string, Setter>& ValueOptions()
              o.roll = true;
          }},
         {"--font", [](Options& o, const std::string& v) { o.fontPath = v; }},
-        {"--direction",
-         [](Options& o, const std::string& v) { o.direction = ParseDirection(v); }},
+        {"--direction", [](Options& o, const std::string& v) { o.direction = ParseDirection(v); }},
         {"--wrap", [](Options& o, const std::string& v) { o.wrap = ParseOnOff(v, "--wrap"); }},
         {"--tab-width",
          [](Options& o, const std::string& v) { o.tabWidth = ParseInt(v, "--tab-width", 1, 64); }},

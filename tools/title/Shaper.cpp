@@ -28,10 +28,10 @@ struct RaqmDeleter {
 bool DefaultIgnorable(char32_t c)
 {
     static const char32_t kRanges[][2] = {
-        {0x00AD, 0x00AD},   {0x034F, 0x034F},   {0x061C, 0x061C},   {0x115F, 0x1160},
-        {0x17B4, 0x17B5},   {0x180B, 0x180F},   {0x200B, 0x200F},   {0x202A, 0x202E},
-        {0x2060, 0x206F},   {0x3164, 0x3164},   {0xFE00, 0xFE0F},   {0xFEFF, 0xFEFF},
-        {0xFFA0, 0xFFA0},   {0xFFF0, 0xFFF8},   {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A},
+        {0x00AD, 0x00AD},   {0x034F, 0x034F}, {0x061C, 0x061C},   {0x115F, 0x1160},
+        {0x17B4, 0x17B5},   {0x180B, 0x180F}, {0x200B, 0x200F},   {0x202A, 0x202E},
+        {0x2060, 0x206F},   {0x3164, 0x3164}, {0xFE00, 0xFE0F},   {0xFEFF, 0xFEFF},
+        {0xFFA0, 0xFFA0},   {0xFFF0, 0xFFF8}, {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A},
         {0xE0000, 0xE0FFF},
     };
     for (const auto& r : kRanges)
@@ -105,9 +105,10 @@ Shaper::Shaper(FontSet& fontSet, TextDirection textDirection, int tabWidth)
     const SizedFace& primary = fonts.Primary();
     const FT_UInt space = FT_Get_Char_Index(primary.face, ' ');
     FT_Fixed advance = 0;
-    long spaceWidth = space != 0 && FT_Get_Advance(primary.face, space, FT_LOAD_DEFAULT, &advance) == 0
-                          ? long(std::lround((advance >> 10) * primary.scale))
-                          : 0;
+    long spaceWidth =
+        space != 0 && FT_Get_Advance(primary.face, space, FT_LOAD_DEFAULT, &advance) == 0
+            ? long(std::lround((advance >> 10) * primary.scale))
+            : 0;
     if (spaceWidth <= 0)
         spaceWidth = long(fonts.LineHeight()) << 4; // a quarter of the line height
     tabStep = spaceWidth * std::max(1, tabWidth);
@@ -137,8 +138,9 @@ ShapedLine Shaper::Segment(const std::u32string& text, bool rightToLeft)
     if (text.empty())
         return line;
     std::unique_ptr<raqm_t, RaqmDeleter> rq(raqm_create());
-    if (!rq || !raqm_set_text(rq.get(), reinterpret_cast<const std::uint32_t*>(text.data()),
-                              text.size()) ||
+    if (!rq ||
+        !raqm_set_text(rq.get(), reinterpret_cast<const std::uint32_t*>(text.data()),
+                       text.size()) ||
         !raqm_set_par_direction(rq.get(), rightToLeft ? RAQM_DIRECTION_RTL : RAQM_DIRECTION_LTR))
         throw ToolError("cannot shape the text");
     const std::vector<const SizedFace*> faces = FacesFor(fonts, text);

@@ -14,9 +14,9 @@ namespace title {
 
 struct PlacedGlyph {
     const SizedFace* face;
-    unsigned index; // glyph index in the face
-    long x;         // 26.6 pixels from the line's left edge
-    long y;         // 26.6 pixels above the baseline
+    unsigned index;      // glyph index in the face
+    long x;              // 26.6 pixels from the line's left edge
+    long y;              // 26.6 pixels above the baseline
     std::size_t cluster; // first character of the glyph's cluster in the text shaped
     long advance;        // 26.6
 };

@@ -173,7 +173,8 @@ const Font::Glyph& Font::GlyphImage(const PlacedGlyph& g)
         glyphs.clear();
     auto glyph = std::make_unique<Glyph>();
     FT_GlyphSlot slot = f.face->glyph;
-    const bool loaded = FT_Load_Glyph(f.face, g.index, f.colour ? FT_LOAD_COLOR : FT_LOAD_DEFAULT) == 0;
+    const bool loaded =
+        FT_Load_Glyph(f.face, g.index, f.colour ? FT_LOAD_COLOR : FT_LOAD_DEFAULT) == 0;
     if (loaded && slot->format == FT_GLYPH_FORMAT_OUTLINE)
         FT_Outline_Translate(&slot->outline, g.x & 63, 0);
     if (loaded && (slot->format == FT_GLYPH_FORMAT_BITMAP ||
@@ -186,8 +187,8 @@ const Font::Glyph& Font::GlyphImage(const PlacedGlyph& g)
         if (bm.pixel_mode == FT_PIXEL_MODE_BGRA) {
             glyph->pels.resize(std::size_t(bm.width) * bm.rows);
             for (unsigned r = 0; r < bm.rows; ++r) {
-                const auto* src =
-                    reinterpret_cast<const std::uint32_t*>(bm.buffer + std::ptrdiff_t(r) * bm.pitch);
+                const auto* src = reinterpret_cast<const std::uint32_t*>(
+                    bm.buffer + std::ptrdiff_t(r) * bm.pitch);
                 for (unsigned c = 0; c < bm.width; ++c)
                     glyph->pels[std::size_t(r) * bm.width + c] = Unpremultiplied(src[c]);
             }
@@ -220,8 +221,9 @@ TextBitmap Blank(long width, long height, bool colour)
 {
     if (width < 1 || height < 1 || width > kMaxTextPixels || height > kMaxTextPixels ||
         width * height > kMaxTextPixels)
-        throw ToolError("the text would be " + std::to_string(width) + "x" + std::to_string(height) +
-                        " pixels, more than the " + std::to_string(kMaxTextPixels) +
+        throw ToolError("the text would be " + std::to_string(width) + "x" +
+                        std::to_string(height) + " pixels, more than the " +
+                        std::to_string(kMaxTextPixels) +
                         " a title may have: shorten it or lower --font-size");
     TextBitmap b;
     b.coverage.width = int(width);
@@ -254,8 +256,8 @@ void Font::Draw(const ShapedLine& line, int originX, int baseline, TextBitmap& o
                 char* dst = reinterpret_cast<char*>(out.colour.Row(y0 + r0) + x0 + c0);
                 const char* top =
                     reinterpret_cast<const char*>(image.pels.data() + r0 * image.width + c0);
-                Composit(dst, out.colour.width * 4, dst, out.colour.width * 4, top,
-                         image.width * 4, c1 - c0, r1 - r0);
+                Composit(dst, out.colour.width * 4, dst, out.colour.width * 4, top, image.width * 4,
+                         c1 - c0, r1 - r0);
             }
             continue;
         }
