@@ -1,6 +1,8 @@
 // Font lookup through fontconfig. The fallback order is fontconfig's own sort
 // for the primary font's pattern, computed once; a character's fallback is the
 // first font in that order whose character set holds it, cached per character.
+// The sort is untrimmed: a colour emoji font stays in it even where a plain
+// font earlier in the order covers the same characters.
 #include "FontSet.h"
 
 #include <algorithm>
@@ -197,7 +199,7 @@ const SizedFace* FontSet::State::Fallback(char32_t c, bool colourOnly)
         if (key && FcConfigSubstitute(nullptr, key, FcMatchPattern))
             FcDefaultSubstitute(key);
         FcResult result = FcResultNoMatch;
-        fallbacks.reset(key ? FcFontSort(nullptr, key, FcTrue, nullptr, &result) : nullptr);
+        fallbacks.reset(key ? FcFontSort(nullptr, key, FcFalse, nullptr, &result) : nullptr);
         if (key)
             FcPatternDestroy(key);
         if (!fallbacks)
