@@ -12,7 +12,7 @@ DEB_PACKAGES := cmake make g++ clang libclang-rt-14-dev pkg-config \
                 libgtest-dev libgmock-dev libbenchmark-dev \
                 libpng-dev libfreetype-dev libpixman-1-dev \
                 libharfbuzz-dev libfribidi-dev libraqm-dev libfontconfig-dev libunibreak-dev \
-                fonts-dejavu-core fonts-noto-core fonts-wqy-microhei fonts-noto-color-emoji
+                fontconfig fonts-dejavu-core fonts-noto-core fonts-wqy-microhei fonts-noto-color-emoji
 CMAKE_COMMON := -DFLOWER_WERROR=ON
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
