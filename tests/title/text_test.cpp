@@ -115,7 +115,9 @@ TEST(TextFallback, CjkAndEmojiDrawInkThatIsNotTheMissingGlyphBox)
         EXPECT_GT(Inked(t), 0) << text;
         EXPECT_FALSE(Same(t, box)) << text;
     }
-    // Emoji come in colour: some pels are far from grey.
+    // Emoji come in colour, even where the font has a plain glyph for them
+    // (DejaVu Sans draws U+1F600): some pels are far from grey.
+    EXPECT_TRUE(Line("\U0001F600").HasColour());
     const TextBitmap emoji = Line("\U0001F389");
     ASSERT_TRUE(emoji.HasColour());
     EXPECT_GT(
@@ -188,6 +190,20 @@ TEST(TextStructure, TabsAdvanceToTabStops)
         longest = std::max(longest, run);
     }
     EXPECT_GT(longest, 4 * space);
+}
+
+// Right to left, the text before a tab is the rightmost: the left part of the
+// picture is the text after it, drawn exactly as alone.
+TEST(TextStructure, RightToLeftTabSegmentsRunFromTheRight)
+{
+    TextSettings rtl;
+    rtl.direction = TextDirection::RightToLeft;
+    const TextBitmap both = Line("abc\tdef", rtl), after = Line("def", rtl);
+    ASSERT_EQ(both.coverage.height, after.coverage.height);
+    ASSERT_GT(both.coverage.width, after.coverage.width + 20);
+    for (int y = 0; y < after.coverage.height; ++y)
+        for (int x = 0; x < after.coverage.width - 3; ++x)
+            ASSERT_EQ(both.coverage.Row(y)[x], after.coverage.Row(y)[x]) << x << "," << y;
 }
 
 TEST(TextStructure, RollLinesWrapAtBreakOpportunities)
