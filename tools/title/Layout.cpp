@@ -51,6 +51,16 @@ Layer MakeBackground(const Options& o)
     return out;
 }
 
+TextSettings TextSettingsOf(const Options& o)
+{
+    TextSettings t;
+    t.direction = o.direction;
+    t.wrap = o.wrap;
+    t.tabWidth = o.tabWidth;
+    t.separator = o.separator;
+    return t;
+}
+
 TextStyle StyleOf(const Options& o)
 {
     TextStyle s;
@@ -70,7 +80,7 @@ Production Produce(const Options& o)
     const TextStyle style = StyleOf(o);
     const int margin = StyleMargin(style);
     const int fontSize = o.fontSize > 0 ? o.fontSize : std::max(12, h / 15);
-    Font font(o.fontPath, fontSize);
+    Font font(o.fontPath, fontSize, TextSettingsOf(o));
     Layer background = MakeBackground(o);
 
     std::vector<LayerRegion> bands;
@@ -79,23 +89,27 @@ Production Produce(const Options& o)
     const int pad = std::max(2, h / 90);
     int rollBottom = h - h / 12;
     if (o.crawl) {
-        crawl.text = MakeTextLayer(font.RenderLine(o.crawlText, margin), style);
+        const TextBitmap line = font.RenderLine(o.crawlText, margin);
+        crawl.text = MakeTextLayer(line, style);
         const int bandHeight = font.LineHeight() + 2 * pad;
         const int bandY = std::max(0, h - h / 12 - bandHeight);
         bands.push_back({0, bandY, w, bandHeight});
-        crawl.y = bandY + pad - margin;
-        crawl.speed = o.crawlSpeed != 0 ? o.crawlSpeed : w / 6.0;
+        crawl.y = bandY + pad + font.Ascender() - line.baseline;
+        // Speeds are in the reading direction: right-to-left text moves right.
+        crawl.speed =
+            (o.crawlSpeed != 0 ? o.crawlSpeed : w / 6.0) * (font.RightToLeft(o.crawlText) ? -1 : 1);
         crawl.fade = o.fade >= 0 ? o.fade : w / 24;
         rollBottom = bandY - h / 30;
     }
     Production p;
     if (o.roll) {
-        const Coverage block = font.RenderBlock(o.rollLines, margin);
+        const int wrapWidth = w - 2 * (margin + w / 20);
+        const TextBitmap block = font.RenderBlock(o.rollLines, margin, wrapWidth);
         const int top = h / 12;
         const int regionHeight = rollBottom - top;
         if (regionHeight < 16)
             throw ToolError("the frame is too small for a roll at this font size");
-        const int regionWidth = std::min(block.width, w);
+        const int regionWidth = std::min(block.coverage.width, w);
         roll.region = {(w - regionWidth) / 2, top, regionWidth, regionHeight};
         roll.text = MakeTextLayer(block, style);
         roll.speed = o.rollSpeed != 0 ? o.rollSpeed : h / 8.0;
@@ -107,10 +121,10 @@ Production Produce(const Options& o)
         // starts at line regionHeight: a short block is centred, a tall one
         // shows its first lines just below the top fade.
         const int shownFade = std::min(roll.fade, regionHeight / 4);
-        const double position = block.height <= regionHeight
-                                    ? regionHeight / 2.0 + block.height / 2.0
+        const double position = block.coverage.height <= regionHeight
+                                    ? regionHeight / 2.0 + block.coverage.height / 2.0
                                     : double(regionHeight - shownFade);
-        const double period = regionHeight + block.height;
+        const double period = regionHeight + block.coverage.height;
         p.showcaseTime = (roll.speed > 0 ? position : position - period) / roll.speed;
     }
     p.scene = std::make_unique<Scene>(std::move(background), bands, o.band, std::move(crawl),

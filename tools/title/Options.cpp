@@ -170,6 +170,26 @@ Interlace ParseInterlace(const std::string& text)
     throw UsageError("--interlace must be tff, bff or none, not '" + text + "'");
 }
 
+TextDirection ParseDirection(const std::string& text)
+{
+    if (text == "auto")
+        return TextDirection::Auto;
+    if (text == "ltr")
+        return TextDirection::LeftToRight;
+    if (text == "rtl")
+        return TextDirection::RightToLeft;
+    throw UsageError("--direction must be auto, ltr or rtl, not '" + text + "'");
+}
+
+bool ParseOnOff(const std::string& text, const std::string& what)
+{
+    if (text == "on")
+        return true;
+    if (text == "off")
+        return false;
+    throw UsageError(what + " must be on or off, not '" + text + "'");
+}
+
 using Setter = std::function<void(Options&, const std::string&)>;
 
 const std::map<std::string, Setter>& ValueOptions()
@@ -178,7 +198,7 @@ const std::map<std::string, Setter>& ValueOptions()
         {"--text",
          [](Options& o, const std::string& v) {
              o.crawlText = v;
-             o.crawl = true;
+             o.textGiven = true;
          }},
         {"--text-file",
          [](Options& o, const std::string& v) {
@@ -186,6 +206,10 @@ const std::map<std::string, Setter>& ValueOptions()
              o.roll = true;
          }},
         {"--font", [](Options& o, const std::string& v) { o.fontPath = v; }},
+        {"--direction", [](Options& o, const std::string& v) { o.direction = ParseDirection(v); }},
+        {"--wrap", [](Options& o, const std::string& v) { o.wrap = ParseOnOff(v, "--wrap"); }},
+        {"--tab-width",
+         [](Options& o, const std::string& v) { o.tabWidth = ParseInt(v, "--tab-width", 1, 64); }},
         {"--font-size",
          [](Options& o, const std::string& v) {
              o.fontSize = ParseInt(v, "--font-size", 4, 1000);
@@ -303,6 +327,13 @@ void CheckConsistency(Options& o)
         o.crawl = true;
     if (o.command == Command::Roll)
         o.roll = true;
+    // A roll given only --text rolls that text; otherwise --text is the crawl's.
+    if (o.textGiven && o.command == Command::Roll && o.rollLines.empty()) {
+        o.rollLines.push_back(o.crawlText);
+        o.crawlText.clear();
+    } else if (o.textGiven) {
+        o.crawl = true;
+    }
     if (o.crawlText.empty())
         o.crawlText = kDefaultCrawl;
     if (o.rollLines.empty())
@@ -358,19 +389,28 @@ Options ParseOptions(int argc, const char* const* argv)
 
 const char* HelpText()
 {
-    return R"(flower-title: crawls and rolls real text over video frames with libflower
+    return R"help(flower-title: crawls and rolls real text over video frames with libflower
 
 usage: flower-title crawl|roll|still [options]
 
 commands
   crawl   one line of text moving horizontally (add a roll with --with-roll or --text-file)
-  roll    a block of centred lines moving vertically (add a crawl with --with-crawl or --text)
+  roll    a block of centred lines moving vertically (add a crawl with --with-crawl, or
+          --text next to --text-file)
   still   one frame with a crawl and a roll, at --time seconds
 
 text
-  --text TEXT             crawl text (UTF-8)
+  --text TEXT             crawl text (UTF-8); newlines separate its items, which read in
+                          their own directions, joined by " • ". For roll without
+                          --text-file: the roll's text, a newline starting a new line
   --text-file PATH        roll text, one line per line (UTF-8)
-  --font PATH             TrueType/OpenType font (default DejaVu Sans)
+  --font FONT             font file, or fontconfig name or pattern: "DejaVu Serif",
+                          "Noto Sans:bold" (default DejaVu Sans). Characters it lacks
+                          come from the installed font that has them; colour emoji in colour
+  --direction D           auto | ltr | rtl: each paragraph's base direction (default auto:
+                          its first strong letter). A right-to-left crawl moves right
+  --wrap on|off           break roll lines wider than the frame (default on)
+  --tab-width N           tab stops every N spaces (default 8)
   --font-size PX          pixel size (default: frame height / 15)
   --colour #RRGGBB[AA]    text colour (default #FFFFFF)
   --outline PX            outline width, 0 for none (default 0)
@@ -381,7 +421,8 @@ text
 frames
   --background B          sample | checker | #RRGGBB[AA] | PATH.png (default sample)
   --band #RRGGBBAA        band under the text (default #102040A0)
-  --speed PX              pixels per second for crawl and roll (defaults: width / 6, height / 8)
+  --speed PX              pixels per second for crawl and roll, in the reading direction
+                          (defaults: width / 6, height / 8)
   --crawl-speed, --roll-speed PX   the same for one of them
   --fade PX               fade zone at both ends (default: width / 24 for a crawl,
                           height / 16 for a roll)
@@ -402,12 +443,13 @@ examples
   flower-title still -o title.png
   flower-title crawl --text "Breaking news" --speed 200 --outline 2 -o crawl.y4m
   flower-title roll --text-file credits.txt --interlace tff --fps 25 -o roll.y4m
+  flower-title crawl --font "Noto Sans" --text "$(printf 'Hello\nمرحبا\nשלום\n你好')" -o crawl.y4m
   flower-title crawl --with-roll --size 1920x1080 -o - |
       ffmpeg -f rawvideo -pixel_format bgra -video_size 1920x1080 -framerate 25 -i - out.mp4
 
-Bad arguments, unreadable fonts or pictures and unwritable outputs exit with status 2
-and leave no file behind.
-)";
+Bad arguments, missing or broken fonts, unreadable pictures, text too large to set and
+unwritable outputs exit with status 2 and leave no file behind.
+)help";
 }
 
 } // namespace title
