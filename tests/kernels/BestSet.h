@@ -1,4 +1,4 @@
-// Every family's selector: the sets this machine runs are all built, scalar
+// Every family's table: the sets this machine runs are all built, scalar
 // first, and the best of them is the active one.
 #ifndef FLOWER_TESTS_KERNELS_BESTSET_H
 #define FLOWER_TESTS_KERNELS_BESTSET_H

@@ -1,6 +1,6 @@
 // Every channel kernel set this CPU runs against the scalar set, bit for bit:
 // seeded rows at every alignment, and one row holding every blue, green, red triple.
-#include "channel/ChannelKernels.h"
+#include "kernels/channel/ChannelKernels.h"
 #include "kernels/BestSet.h"
 #include "support/RowHarness.h"
 
@@ -15,8 +15,8 @@ const support::RowChecks kRows = {1, true, true, false, 16, true};
 
 std::vector<const ChannelSet*> Sets()
 {
-    const ChannelSet* sets[4];
-    return {sets, sets + Kernels::RunnableChannelSets(sets)};
+    const ChannelSet* sets[Kernels::kTargetCount];
+    return {sets, sets + Kernels::Runnable(Kernels::kChannelSets, sets)};
 }
 
 u8* Bytes(R r, int k)
@@ -38,7 +38,7 @@ TEST(ChannelKernels, BestRunnableSetIsActive)
 {
     const std::vector<const ChannelSet*> sets = Sets();
     kernels_test::ExpectBestSetActive(sets.data(), int(sets.size()), Kernels::kChannelScalar,
-                                      Kernels::ActiveChannelSet(), false);
+                                      Kernels::Active(Kernels::kChannelSets), false);
 }
 
 TEST(ChannelKernels, EveryVariantMatchesScalarForEachChannel)

@@ -1,7 +1,7 @@
 // Every composite kernel set this CPU runs against the scalar set, member by
 // member and bit for bit, including the bytes around the row and rows that
 // alias their sources.
-#include "PixelRoutinesLite/CompositKernels.h"
+#include "kernels/composite/CompositKernels.h"
 #include "kernels/BestSet.h"
 #include "support/RowHarness.h"
 
@@ -79,8 +79,8 @@ auto Runner(const CompositSet& set, const Member& m, Params p)
 
 std::vector<const CompositSet*> Variants()
 {
-    const CompositSet* sets[4];
-    const int n = Kernels::RunnableCompositSets(sets);
+    const CompositSet* sets[Kernels::kTargetCount];
+    const int n = Kernels::Runnable(Kernels::kCompositSets, sets);
     return std::vector<const CompositSet*>(sets + 1, sets + n);
 }
 
@@ -135,9 +135,10 @@ void CheckPairsPrefix(const std::string& name, int count, Run run, Want want)
 // The variants this machine can run are built: an x86-64 build missing them is misconfigured.
 TEST(CompositKernels, BestRunnableSetIsActive)
 {
-    const CompositSet* sets[4];
-    kernels_test::ExpectBestSetActive(sets, Kernels::RunnableCompositSets(sets),
-                                      Kernels::kCompositScalar, Kernels::ActiveCompositSet(), true);
+    const CompositSet* sets[Kernels::kTargetCount];
+    kernels_test::ExpectBestSetActive(sets, Kernels::Runnable(Kernels::kCompositSets, sets),
+                                      Kernels::kCompositScalar,
+                                      Kernels::Active(Kernels::kCompositSets), true);
 }
 
 TEST(CompositKernels, EveryMemberOfEveryVariantMatchesScalarOnSeededRows)
@@ -258,8 +259,9 @@ TEST(CompositKernels, PartlyOverlappingRowsTakeThePelByPelResult)
             const char* s[3] = {row + 64, row + 64, row + 64};
             s[source] = row + 64 + shift * 4;
             const bool partial = shift != 0 && shift > -16 && shift < 16;
-            EXPECT_EQ(&Kernels::CompositSetFor(row + 64, 16, s[0], s[1], s[2]),
-                      partial ? &Kernels::kCompositScalar : &Kernels::ActiveCompositSet())
+            EXPECT_EQ(&Kernels::ActiveFor(Kernels::kCompositSets, row + 64, 16, s[0], s[1], s[2]),
+                      partial ? &Kernels::kCompositScalar
+                              : &Kernels::Active(Kernels::kCompositSets))
                 << "source " << source << " shift " << shift;
         }
 }

@@ -1,7 +1,7 @@
 // Every fade, mix, channel and fill kernel set this CPU runs against the scalar
 // set, bit for bit, over each routine's whole parameter range, including the
 // bytes around the row and rows that alias their sources.
-#include "stem/MixKernels.h"
+#include "kernels/mix/MixKernels.h"
 #include "PixelRoutinesLite.h"
 #include "kernels/BestSet.h"
 #include "stem.h"
@@ -22,8 +22,8 @@ const support::RowChecks kRows = {1, true, true, false, 16, true};
 
 std::vector<const MixSet*> Sets()
 {
-    const MixSet* sets[4];
-    return {sets, sets + Kernels::RunnableMixSets(sets)};
+    const MixSet* sets[Kernels::kTargetCount];
+    return {sets, sets + Kernels::Runnable(Kernels::kMixSets, sets)};
 }
 
 std::vector<int> Range(int first, int last)
@@ -150,7 +150,7 @@ TEST(MixKernels, BestRunnableSetIsActive)
 {
     const std::vector<const MixSet*> sets = Sets();
     kernels_test::ExpectBestSetActive(sets.data(), int(sets.size()), Kernels::kMixScalar,
-                                      Kernels::ActiveMixSet(), true);
+                                      Kernels::Active(Kernels::kMixSets), true);
 }
 
 TEST(MixKernels, EveryVariantMatchesScalarOverItsParameters)

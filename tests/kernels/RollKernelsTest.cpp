@@ -1,6 +1,6 @@
 // Every roll kernel set this CPU runs against the scalar set, bit for bit, with
 // scales and weights in range, faded, zero and out of range (where 32-bit sums wrap).
-#include "PixelRoutinesLite/RollKernels.h"
+#include "kernels/roll/RollKernels.h"
 #include "kernels/BestSet.h"
 #include "support/RowHarness.h"
 
@@ -16,15 +16,15 @@ const support::RowChecks kRows = {1, true, true, false, 16, true};
 
 std::vector<const RollSet*> Sets()
 {
-    const RollSet* sets[4];
-    return {sets, sets + Kernels::RunnableRollSets(sets)};
+    const RollSet* sets[Kernels::kTargetCount];
+    return {sets, sets + Kernels::Runnable(Kernels::kRollSets, sets)};
 }
 
 TEST(RollKernels, BestRunnableSetIsActive)
 {
     const std::vector<const RollSet*> sets = Sets();
     kernels_test::ExpectBestSetActive(sets.data(), int(sets.size()), Kernels::kRollScalar,
-                                      Kernels::ActiveRollSet(), false);
+                                      Kernels::Active(Kernels::kRollSets), false);
 }
 
 TEST(RollKernels, ScaledAlphaCopiesMatchScalarAtEveryScale)
