@@ -77,8 +77,36 @@ const Set& ActiveFor(const SetTable<Set>& sets, const void* dst, int count, cons
 
 } // namespace Kernels
 
-// A set a family may hold for `target`, or null when the build leaves the
-// target out.
+// Declares a family's set `name` in the namespace of every vector target, where
+// its vector source defines it for the targets the build holds.
+#define FLOWER_DECLARE_VECTOR_SETS(Set, name)                                                      \
+    namespace sse2 {                                                                               \
+    extern const Set name;                                                                         \
+    }                                                                                              \
+    namespace avx2 {                                                                               \
+    extern const Set name;                                                                         \
+    }                                                                                              \
+    namespace avx512 {                                                                             \
+    extern const Set name;                                                                         \
+    }                                                                                              \
+    namespace neon {                                                                               \
+    extern const Set name;                                                                         \
+    }
+
+// A table's entries after the scalar set: the vector targets this build holds.
+#if defined(FLOWER_X86_KERNELS)
+#define FLOWER_VECTOR_SETS(name) &sse2::name, &avx2::name, &avx512::name, nullptr
+#elif defined(FLOWER_NEON_KERNELS)
+#define FLOWER_VECTOR_SETS(name) nullptr, nullptr, nullptr, &neon::name
+#else
+#define FLOWER_VECTOR_SETS(name) nullptr, nullptr, nullptr, nullptr
+#endif
+
+// Stringified target name, for a set's `name`.
+#define FLOWER_STRING(x) FLOWER_STRING_(x)
+#define FLOWER_STRING_(x) #x
+
+// A set a family holds for one x86 target in a file of its own, or null.
 #if defined(FLOWER_X86_KERNELS)
 #define FLOWER_X86_SET(set) &set
 #else

@@ -5,27 +5,57 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
+#include "kernels/KernelSets.h"
+
 namespace kernels_test {
 
-// `hasSSE2Set`: whether the family builds an SSE2 set beside the scalar one.
-template <class Set>
-void ExpectBestSetActive(const Set* const* sets, int count, const Set& scalar, const Set& active,
-                         bool hasSSE2Set)
+// Whether this build holds `target` and this CPU runs it, found out apart from
+// the library's own detection.
+inline bool MachineRuns(Kernels::Target target)
 {
-    ASSERT_GE(count, 1);
-    EXPECT_EQ(sets[0], &scalar);
-    EXPECT_EQ(&active, sets[count - 1]);
-#if defined(__x86_64__) && !defined(FLOWER_SCALAR_KERNELS_ONLY)
+#if defined(FLOWER_SCALAR_KERNELS_ONLY)
+    return target == Kernels::kScalar;
+#elif defined(__x86_64__)
     __builtin_cpu_init();
     const bool avx2 = __builtin_cpu_supports("avx2");
-    const bool avx512 = avx2 && __builtin_cpu_supports("avx512f") &&
-                        __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") &&
-                        __builtin_cpu_supports("avx512dq");
-    EXPECT_EQ(count, 1 + int(hasSSE2Set) + int(avx2) + int(avx512));
+    switch (target) {
+    case Kernels::kScalar:
+    case Kernels::kSSE2:
+        return true;
+    case Kernels::kAVX2:
+        return avx2;
+    case Kernels::kAVX512:
+        return avx2 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+               __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq");
+    default:
+        return false;
+    }
+#elif defined(__aarch64__)
+    return target == Kernels::kScalar || target == Kernels::kNEON;
 #else
-    (void)hasSSE2Set;
-    EXPECT_EQ(count, 1);
+    return target == Kernels::kScalar;
 #endif
+}
+
+// Also prints the family's choice, so that a test log says which set runs.
+template <class Set>
+void ExpectBestSetActive(const char* family, const Kernels::SetTable<Set>& table)
+{
+    const Set* sets[Kernels::kTargetCount];
+    const int count = Kernels::Runnable(table, sets);
+    ASSERT_GE(count, 1);
+    EXPECT_EQ(sets[0], table[Kernels::kScalar]);
+    int expected = 0;
+    for (int t = 0; t < Kernels::kTargetCount; ++t)
+        expected += MachineRuns(Kernels::Target(t)) && table[t] != nullptr;
+    EXPECT_EQ(count, expected);
+    // A vector build runs some vector set wherever the machine runs a target.
+    EXPECT_EQ(count > 1, MachineRuns(Kernels::kSSE2) || MachineRuns(Kernels::kNEON)) << family;
+    const Set& active = Kernels::Active(table);
+    EXPECT_EQ(&active, sets[count - 1]);
+    std::printf("%s kernels: %s\n", family, active.name);
 }
 
 } // namespace kernels_test

@@ -22,9 +22,7 @@ std::vector<const RollSet*> Sets()
 
 TEST(RollKernels, BestRunnableSetIsActive)
 {
-    const std::vector<const RollSet*> sets = Sets();
-    kernels_test::ExpectBestSetActive(sets.data(), int(sets.size()), Kernels::kRollScalar,
-                                      Kernels::Active(Kernels::kRollSets), false);
+    kernels_test::ExpectBestSetActive("roll", Kernels::kRollSets);
 }
 
 TEST(RollKernels, ScaledAlphaCopiesMatchScalarAtEveryScale)

@@ -33,6 +33,5 @@ void LuminanceRow(u8* dst, const u8* pels, int count)
 const Kernels::ChannelSet Kernels::kChannelScalar = {"scalar", ByteRow, CoveredLuminanceRow,
                                                      LuminanceRow};
 
-const Kernels::SetTable<Kernels::ChannelSet> Kernels::kChannelSets = {
-    &kChannelScalar, nullptr, FLOWER_X86_SET(kChannelAVX2), FLOWER_X86_SET(kChannelAVX512),
-    nullptr};
+const Kernels::SetTable<Kernels::ChannelSet> Kernels::kChannelSets = {&kChannelScalar,
+                                                                      FLOWER_VECTOR_SETS(kChannel)};

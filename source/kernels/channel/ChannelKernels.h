@@ -10,7 +10,7 @@
 namespace Kernels {
 
 struct ChannelSet {
-    const char* name; // "scalar", "avx2", "avx512"
+    const char* name; // "scalar" or the target's
     // Byte `byte` (0..3) of every pel.
     void (*byteRow)(u8* dst, const u8* pels, int count, int byte);
     // (B*29 + G*149 + R*77) * A / 65025, truncating: luminance weighted by coverage.
@@ -19,7 +19,8 @@ struct ChannelSet {
     void (*luminance)(u8* dst, const u8* pels, int count);
 };
 
-extern const ChannelSet kChannelScalar, kChannelAVX2, kChannelAVX512;
+extern const ChannelSet kChannelScalar;
+FLOWER_DECLARE_VECTOR_SETS(ChannelSet, kChannel)
 
 extern const SetTable<ChannelSet> kChannelSets;
 

@@ -116,8 +116,7 @@ const Kernels::CompositSet Kernels::kCompositScalar = {
 };
 
 const Kernels::SetTable<Kernels::CompositSet> Kernels::kCompositSets = {
-    &kCompositScalar, FLOWER_X86_SET(kCompositSSE2), FLOWER_X86_SET(kCompositAVX2),
-    FLOWER_X86_SET(kCompositAVX512), nullptr};
+    &kCompositScalar, FLOWER_VECTOR_SETS(kComposit)};
 
 void Kernels::RunComposit(char* dst, const char* bottom, const char* top, int count)
 {

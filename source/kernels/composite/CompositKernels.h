@@ -15,7 +15,7 @@ typedef void (*CompositRows)(char* dst, const char* bottom, const char* top, int
 typedef void (*CompositColourRow)(char* dst, const char* row, int count, u32 colour);
 
 struct CompositSet {
-    const char* name; // "scalar", "sse2", "avx2", "avx512"
+    const char* name; // "scalar" or the target's
     // CompositPel(top[i], bottom[i]).
     CompositRows composit;
     // Top over a bottom taken as opaque: top alpha 0 gives the bottom as it is,
@@ -42,7 +42,8 @@ struct CompositSet {
                                      int bottomOpacity, int topOpacity);
 };
 
-extern const CompositSet kCompositScalar, kCompositSSE2, kCompositAVX2, kCompositAVX512;
+extern const CompositSet kCompositScalar;
+FLOWER_DECLARE_VECTOR_SETS(CompositSet, kComposit)
 
 // The scalar reference routines, named so that any set can hold them as
 // members it does not speed up and call them for its tails: a set's last few

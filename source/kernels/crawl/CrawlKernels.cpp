@@ -214,6 +214,5 @@ bool Kernels::GradientFitsLanes(int level, int levelStep, int count)
            std::min(std::int64_t(level), LevelAt(level, levelStep, count - 1)) >= kFloor;
 }
 
-const Kernels::SetTable<Kernels::CrawlSet> Kernels::kCrawlSets = {
-    &kCrawlScalar, FLOWER_X86_SET(kCrawlSSE2), FLOWER_X86_SET(kCrawlAVX2),
-    FLOWER_X86_SET(kCrawlAVX512), nullptr};
+const Kernels::SetTable<Kernels::CrawlSet> Kernels::kCrawlSets = {&kCrawlScalar,
+                                                                  FLOWER_VECTOR_SETS(kCrawl)};

@@ -9,7 +9,7 @@
 namespace Kernels {
 
 struct CrawlSet {
-    const char* name; // "scalar", "sse2", "avx2", "avx512"
+    const char* name; // "scalar" or the target's
     // Colour copied, alpha faded by the running level (CEE_ScanlineCrawlGradientBlit).
     void (*gradient)(char* dst, const char* src, int count, int level, int levelStep);
     // The straight two-tap filter: the current pel weighs 256 - fraction.
@@ -25,7 +25,8 @@ struct CrawlSet {
                                  int levelStep);
 };
 
-extern const CrawlSet kCrawlScalar, kCrawlSSE2, kCrawlAVX2, kCrawlAVX512;
+extern const CrawlSet kCrawlScalar;
+FLOWER_DECLARE_VECTOR_SETS(CrawlSet, kCrawl)
 
 extern const SetTable<CrawlSet> kCrawlSets;
 

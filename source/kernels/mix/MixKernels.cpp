@@ -121,6 +121,5 @@ const Kernels::MixSet Kernels::kMixScalar = {
     "scalar", FadeRow,      AddRow,       BlendRow,           MaxRow,         SetBitsRow,
     FillRow,  LevelFadeRow, CrossFadeRow, ShapedCrossFadeRow, PreMultAlphaRow};
 
-const Kernels::SetTable<Kernels::MixSet> Kernels::kMixSets = {&kMixScalar, FLOWER_X86_SET(kMixSSE2),
-                                                              FLOWER_X86_SET(kMixAVX2),
-                                                              FLOWER_X86_SET(kMixAVX512), nullptr};
+const Kernels::SetTable<Kernels::MixSet> Kernels::kMixSets = {&kMixScalar,
+                                                              FLOWER_VECTOR_SETS(kMix)};

@@ -16,7 +16,7 @@
 namespace Kernels {
 
 struct MixSet {
-    const char* name; // "scalar", "sse2", "avx2", "avx512"
+    const char* name; // "scalar" or the target's
     // FadePelAlpha(src[i], level): alpha DivideBy255(alpha * level) (Stem Fade, FadeCopy).
     void (*fade)(char* dst, const char* src, int count, std::uint32_t level);
     // Alpha min(a1 + a2, 255); colours through global_adt, wrapping past 255 (Stem Add).
@@ -42,7 +42,8 @@ struct MixSet {
     void (*preMultAlpha)(char* dst, const char* src, int count);
 };
 
-extern const MixSet kMixScalar, kMixSSE2, kMixAVX2, kMixAVX512;
+extern const MixSet kMixScalar;
+FLOWER_DECLARE_VECTOR_SETS(MixSet, kMix)
 
 extern const SetTable<MixSet> kMixSets;
 

@@ -61,5 +61,5 @@ void MixThreeLines(char* dst, const char* const lines[3], const int weights[3], 
 const Kernels::RollSet Kernels::kRollScalar = {"scalar", CopyRowScaledAlpha, MixTwoLines,
                                                MixThreeLines};
 
-const Kernels::SetTable<Kernels::RollSet> Kernels::kRollSets = {
-    &kRollScalar, nullptr, FLOWER_X86_SET(kRollAVX2), FLOWER_X86_SET(kRollAVX512), nullptr};
+const Kernels::SetTable<Kernels::RollSet> Kernels::kRollSets = {&kRollScalar,
+                                                                FLOWER_VECTOR_SETS(kRoll)};

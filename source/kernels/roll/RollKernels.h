@@ -10,7 +10,7 @@
 namespace Kernels {
 
 struct RollSet {
-    const char* name; // "scalar", "avx2", "avx512"
+    const char* name; // "scalar" or the target's
     // Colour copied, alpha A * scale / 256 (unsigned 32-bit, wrapping, truncating).
     void (*copyScaledAlpha)(char* dst, const char* src, int width, u32 scale);
     // Colour = sum(C.e) / s and alpha = s >> 8 with e = A.w and s = sum(e), all
@@ -19,7 +19,8 @@ struct RollSet {
     void (*mix3)(char* dst, const char* const lines[3], const int weights[3], int width);
 };
 
-extern const RollSet kRollScalar, kRollAVX2, kRollAVX512;
+extern const RollSet kRollScalar;
+FLOWER_DECLARE_VECTOR_SETS(RollSet, kRoll)
 
 extern const SetTable<RollSet> kRollSets;
 

@@ -1,0 +1,524 @@
+// The thin vector layer beneath every family's generic vector source.
+//
+// Included only by a family's `<Family>Vector.cpp`, which is compiled once per
+// target with that target's flags and FLOWER_KERNEL_TARGET naming it (sse2,
+// avx2, avx512, neon). Everything here lives in Kernels::<target>, and no
+// header with inline functions of external linkage is included after the
+// intrinsics: a wider copy of an inline function could otherwise be the one
+// the linker keeps for every caller.
+//
+// `V` is one register of 32-bit lanes, `F` of floats, kPels lanes each. The
+// arithmetic operators of the compilers' vector extensions work on them
+// directly (wrapping, lane by lane); the helpers below add what the operators
+// lack, named by their lane shape (...8, ...16, ...32). Byte and 16-bit
+// shuffles, unpacks and packs work within each 128-bit block, as x86 defines
+// them: an unpack and the matching pack restore the pel order.
+#ifndef FLOWER_SOURCE_LANES_H
+#define FLOWER_SOURCE_LANES_H
+
+#ifndef FLOWER_KERNEL_TARGET
+#error "Lanes.h belongs to a family's vector source, compiled per target"
+#endif
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#if defined(__AVX512BW__) || defined(__AVX2__) || defined(__SSE2__)
+#include <immintrin.h>
+#define FLOWER_LANES_X86 1
+#elif defined(__ARM_NEON)
+#include <arm_neon.h>
+#define FLOWER_LANES_NEON 1
+#else
+#error "no vector target"
+#endif
+
+namespace Kernels {
+namespace FLOWER_KERNEL_TARGET {
+
+using u8 = std::uint8_t;
+using u16 = std::uint16_t;
+using u32 = std::uint32_t;
+
+#if defined(__AVX512BW__)
+constexpr int kBytes = 64;
+#elif defined(__AVX2__)
+constexpr int kBytes = 32;
+#else
+constexpr int kBytes = 16;
+#endif
+constexpr int kPels = kBytes / 4;
+
+typedef u32 V __attribute__((vector_size(kBytes)));
+typedef std::int32_t I __attribute__((vector_size(kBytes)));
+typedef u16 W __attribute__((vector_size(kBytes)));
+typedef std::int16_t SW __attribute__((vector_size(kBytes)));
+typedef u8 B __attribute__((vector_size(kBytes)));
+typedef float F __attribute__((vector_size(kBytes)));
+
+// --- memory and constants ------------------------------------------------------
+
+inline const char* At(const char* row, int index)
+{
+    return row + std::ptrdiff_t(index) * 4;
+}
+
+inline char* At(char* row, int index)
+{
+    return row + std::ptrdiff_t(index) * 4;
+}
+
+// Pels index..index + kPels - 1 of a row with no alignment promise.
+inline V Load(const char* row, int index)
+{
+    V v;
+    std::memcpy(&v, At(row, index), sizeof v);
+    return v;
+}
+
+inline void Store(char* row, int index, V pels)
+{
+    std::memcpy(At(row, index), &pels, sizeof pels);
+}
+
+inline V Splat32(u32 x)
+{
+    return V{} + x;
+}
+
+inline V Splat16(u16 x)
+{
+    return V(W{} + x);
+}
+
+inline F SplatF(float x)
+{
+    return F{} + x;
+}
+
+// 0, 1, 2, ... kPels - 1.
+inline V Ramp32()
+{
+    V v{};
+    for (int i = 0; i < kPels; ++i)
+        v[i] = u32(i);
+    return v;
+}
+
+// --- 32-bit lanes -------------------------------------------------------------
+
+inline V Sar32(V v, int n)
+{
+    return V(I(v) >> n);
+}
+
+inline V MinSigned32(V a, V b)
+{
+    return I(a) < I(b) ? a : b;
+}
+
+inline V MinUnsigned32(V a, V b)
+{
+    return a < b ? a : b;
+}
+
+inline V MaxUnsigned32(V a, V b)
+{
+    return a > b ? a : b;
+}
+
+inline F ToFloat(V v)
+{
+    return __builtin_convertvector(I(v), F);
+}
+
+// Truncating, for values that fit a signed 32-bit lane.
+inline V Truncate(F f)
+{
+    return V(__builtin_convertvector(f, I));
+}
+
+// Pel (alpha) byte of each lane, and its colour bytes with another alpha.
+inline V Alphas(V pels)
+{
+    return pels >> 24;
+}
+
+inline V WithAlphas(V colour, V alpha)
+{
+    return (colour & 0x00FFFFFFu) | alpha << 24;
+}
+
+// --- 16-bit lanes -------------------------------------------------------------
+
+inline V Add16(V a, V b)
+{
+    return V(W(a) + W(b));
+}
+
+inline V Sub16(V a, V b)
+{
+    return V(W(a) - W(b));
+}
+
+inline V Mul16(V a, V b)
+{
+    return V(W(a) * W(b));
+}
+
+inline V Shr16(V v, int n)
+{
+    return V(W(v) >> n);
+}
+
+// All ones in the 16-bit lanes where a == b.
+inline V Eq16(V a, V b)
+{
+    return V(W(a) == W(b));
+}
+
+// DivideBy255 in 16-bit lanes, x <= 65025: ((x + 128) * 257) >> 16.
+V MulHigh16(V a, V b);
+inline V DivideBy255x16(V x)
+{
+    return MulHigh16(Add16(x, Splat16(128)), Splat16(257));
+}
+
+// --- per-pel masks --------------------------------------------------------------
+//
+// A PelMask holds one flag per 32-bit lane: mask bits on AVX-512, lanes of all
+// ones elsewhere. Combine them with And, Or and AndNot.
+
+#if defined(__AVX512BW__)
+typedef __mmask16 PelMask;
+
+inline PelMask Eq32(V a, V b)
+{
+    return _mm512_cmpeq_epi32_mask(__m512i(a), __m512i(b));
+}
+
+inline PelMask GreaterSigned32(V a, V b)
+{
+    return _mm512_cmpgt_epi32_mask(__m512i(a), __m512i(b));
+}
+
+inline PelMask NonZero32(V a)
+{
+    return _mm512_test_epi32_mask(__m512i(a), __m512i(a));
+}
+
+inline PelMask GreaterEqualF(F a, F b)
+{
+    return _mm512_cmp_ps_mask(__m512(a), __m512(b), _CMP_GE_OQ);
+}
+
+inline PelMask And(PelMask a, PelMask b)
+{
+    return PelMask(a & b);
+}
+
+inline PelMask Or(PelMask a, PelMask b)
+{
+    return PelMask(a | b);
+}
+
+// ~a & b.
+inline PelMask AndNot(PelMask a, PelMask b)
+{
+    return PelMask(~a & b);
+}
+
+inline PelMask AllPels()
+{
+    return PelMask(0xFFFF);
+}
+
+inline bool All(PelMask m)
+{
+    return m == AllPels();
+}
+
+inline bool None(PelMask m)
+{
+    return m == 0;
+}
+
+inline V Select(PelMask m, V ifSet, V ifClear)
+{
+    return V(_mm512_mask_blend_epi32(m, __m512i(ifClear), __m512i(ifSet)));
+}
+
+// ifSet where m, 0 elsewhere.
+inline V Keep(PelMask m, V ifSet)
+{
+    return V(_mm512_maskz_mov_epi32(m, __m512i(ifSet)));
+}
+
+// Stores the pels of m; the others may be rewritten with what the row holds.
+inline void StoreWhere(char* row, int index, V pels, PelMask m)
+{
+    _mm512_mask_storeu_epi32(At(row, index), m, __m512i(pels));
+}
+#else
+typedef V PelMask;
+
+inline PelMask Eq32(V a, V b)
+{
+    return V(a == b);
+}
+
+inline PelMask GreaterSigned32(V a, V b)
+{
+    return V(I(a) > I(b));
+}
+
+inline PelMask NonZero32(V a)
+{
+    return V(a != 0u);
+}
+
+inline PelMask GreaterEqualF(F a, F b)
+{
+    return V(a >= b);
+}
+
+inline PelMask And(PelMask a, PelMask b)
+{
+    return a & b;
+}
+
+inline PelMask Or(PelMask a, PelMask b)
+{
+    return a | b;
+}
+
+inline PelMask AndNot(PelMask a, PelMask b)
+{
+    return ~a & b;
+}
+
+inline PelMask AllPels()
+{
+    return ~V{};
+}
+
+bool All(PelMask m);
+bool None(PelMask m);
+
+inline V Select(PelMask m, V ifSet, V ifClear)
+{
+    return I(m) != 0 ? ifSet : ifClear;
+}
+
+inline V Keep(PelMask m, V ifSet)
+{
+    return m & ifSet;
+}
+
+inline void StoreWhere(char* row, int index, V pels, PelMask m)
+{
+    if (!None(m))
+        Store(row, index, pels);
+}
+#endif
+
+// Where a 16-bit lane of m is all ones, ifSet; elsewhere ifClear.
+inline V Select16(V m, V ifSet, V ifClear)
+{
+    return (m & ifSet) | (~m & ifClear);
+}
+
+// --- target operations ------------------------------------------------------------
+
+#if defined(FLOWER_LANES_X86)
+
+#if defined(__AVX512BW__)
+#define FLOWER_X(op) _mm512_##op
+#define FLOWER_XI(op) _mm512_##op##_si512
+typedef __m512i X;
+#elif defined(__AVX2__)
+#define FLOWER_X(op) _mm256_##op
+#define FLOWER_XI(op) _mm256_##op##_si256
+typedef __m256i X;
+#else
+#define FLOWER_X(op) _mm_##op
+#define FLOWER_XI(op) _mm_##op##_si128
+typedef __m128i X;
+#endif
+
+inline V MulHigh16(V a, V b)
+{
+    return V(FLOWER_X(mulhi_epu16)(X(a), X(b)));
+}
+
+// Bytes 0-7 (LowBytes) or 8-15 (HighBytes) of each block, widened to 16 bits.
+inline V LowBytes(V v)
+{
+    return V(FLOWER_X(unpacklo_epi8)(X(v), X{}));
+}
+
+inline V HighBytes(V v)
+{
+    return V(FLOWER_X(unpackhi_epi8)(X(v), X{}));
+}
+
+// Bytes of a and b interleaved: a0 b0 a1 b1 ... from the low (high) half of each block.
+inline V InterleaveLow8(V a, V b)
+{
+    return V(FLOWER_X(unpacklo_epi8)(X(a), X(b)));
+}
+
+inline V InterleaveHigh8(V a, V b)
+{
+    return V(FLOWER_X(unpackhi_epi8)(X(a), X(b)));
+}
+
+// 16-bit lanes of 0..255 back to bytes: LowBytes and HighBytes undone.
+inline V Pack16(V low, V high)
+{
+    return V(FLOWER_X(packus_epi16)(X(low), X(high)));
+}
+
+// 32-bit lanes of 0..32767 to 16-bit lanes, low's pels before high's in each block.
+inline V Pack32(V low, V high)
+{
+    return V(FLOWER_X(packs_epi32)(X(low), X(high)));
+}
+
+// a0*b0 + a1*b1 of each pair of signed 16-bit lanes, in 32 bits.
+inline V MulAddPairs16(V a, V b)
+{
+    return V(FLOWER_X(madd_epi16)(X(a), X(b)));
+}
+
+// Word 3 of each pel (its alpha, widened) into the pel's four 16-bit lanes.
+inline V SpreadWord3(V words)
+{
+    return V(FLOWER_X(shufflehi_epi16)(FLOWER_X(shufflelo_epi16)(X(words), 0xFF), 0xFF));
+}
+
+// Low words of the first (LowPelWords) or last (HighPelWords) two pels of each
+// block, each in four 16-bit lanes: the layout of LowBytes and HighBytes.
+#if defined(__AVX2__)
+// One byte shuffle: words 0 and 2 (LowPelWords) or 4 and 6 of each block, x4.
+inline V PelWords(V v, u32 first, u32 second)
+{
+    V pick{};
+    for (int i = 0; i < kPels; ++i)
+        pick[i] = (i & 2) != 0 ? second : first;
+    return V(FLOWER_X(shuffle_epi8)(X(v), X(pick)));
+}
+
+inline V LowPelWords(V v)
+{
+    return PelWords(v, 0x01000100u, 0x05040504u);
+}
+
+inline V HighPelWords(V v)
+{
+    return PelWords(v, 0x09080908u, 0x0D0C0D0Cu);
+}
+#else
+inline V LowPelWords(V v)
+{
+    const X pairs = FLOWER_X(shufflelo_epi16)(X(v), 0xA0);
+    return V(FLOWER_X(unpacklo_epi16)(pairs, pairs));
+}
+
+inline V HighPelWords(V v)
+{
+    const X pairs = FLOWER_X(shufflehi_epi16)(X(v), 0xA0);
+    return V(FLOWER_X(unpackhi_epi16)(pairs, pairs));
+}
+#endif
+
+// Pel k of each block in all four of its lanes.
+template <int k> inline V SpreadPel(V v)
+{
+#if defined(__AVX512BW__)
+    return V(_mm512_shuffle_epi32(X(v), _MM_PERM_ENUM(k * 0x55)));
+#else
+    return V(FLOWER_X(shuffle_epi32)(X(v), k * 0x55));
+#endif
+}
+
+// Byte k of every pel, zero-extended.
+template <int k> inline V PelByte(V pels)
+{
+#if defined(__AVX2__)
+    const V pick = Splat32(0x80808000u | k) + (Ramp32() & 3u) * 4u;
+    return V(FLOWER_X(shuffle_epi8)(X(pels), X(pick)));
+#else
+    return (pels >> (8 * k)) & 0xFFu;
+#endif
+}
+
+// table[index] per lane.
+inline V Gather32(const u32* table, V index)
+{
+#if defined(__AVX512BW__)
+    return V(_mm512_i32gather_epi32(X(index), table, 4));
+#elif defined(__AVX2__)
+    return V(_mm256_i32gather_epi32(reinterpret_cast<const int*>(table), X(index), 4));
+#else
+    V v;
+    for (int i = 0; i < kPels; ++i)
+        v[i] = table[index[i]];
+    return v;
+#endif
+}
+
+// Below 1/x by less than 2^-9 of it, for x >= 1.
+inline F ReciprocalBelow(F x)
+{
+#if defined(__AVX512BW__)
+    // rcp14: error below 2^-14.
+    return F(_mm512_rcp14_ps(__m512(x))) * (1.0f - 1.0f / 8192.0f);
+#else
+// rcp: error below 1.5 * 2^-12.
+#if defined(__AVX2__)
+    return F(_mm256_rcp_ps(__m256(x))) * (1.0f - 1.0f / 1024.0f);
+#else
+    return F(_mm_rcp_ps(__m128(x))) * (1.0f - 1.0f / 1024.0f);
+#endif
+#endif
+}
+
+// The low byte of each lane, kPels bytes.
+inline void StoreLowBytes(u8* dst, V v)
+{
+#if defined(__AVX512BW__)
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm512_cvtepi32_epi8(X(v)));
+#elif defined(__AVX2__)
+    const X bytes = _mm256_packus_epi16(_mm256_packs_epi32(X(v), X(v)), X{});
+    const X ordered = _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 0, 0, 0, 0, 0, 0));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), _mm256_castsi256_si128(ordered));
+#else
+    const X bytes = _mm_packus_epi16(_mm_packs_epi32(X(v), X(v)), X{});
+    const int four = _mm_cvtsi128_si32(bytes);
+    std::memcpy(dst, &four, 4);
+#endif
+}
+
+#if !defined(__AVX512BW__)
+inline bool All(PelMask m)
+{
+    return FLOWER_X(movemask_epi8)(X(m)) == int((1ull << kBytes) - 1);
+}
+
+inline bool None(PelMask m)
+{
+    return FLOWER_X(movemask_epi8)(X(m)) == 0;
+}
+#endif
+
+#undef FLOWER_X
+#undef FLOWER_XI
+
+#endif // FLOWER_LANES_X86
+
+} // namespace FLOWER_KERNEL_TARGET
+} // namespace Kernels
+
+#endif
