@@ -179,7 +179,7 @@ inline V Eq16(V a, V b)
 }
 
 // DivideBy255 in 16-bit lanes, x <= 65025: ((x + 128) * 257) >> 16.
-V MulHigh16(V a, V b);
+inline V MulHigh16(V a, V b);
 inline V DivideBy255x16(V x)
 {
     return MulHigh16(Add16(x, Splat16(128)), Splat16(257));
@@ -303,8 +303,8 @@ inline PelMask AllPels()
     return ~V{};
 }
 
-bool All(PelMask m);
-bool None(PelMask m);
+inline bool All(PelMask m);
+inline bool None(PelMask m);
 
 inline V Select(PelMask m, V ifSet, V ifClear)
 {
@@ -517,6 +517,125 @@ inline bool None(PelMask m)
 #undef FLOWER_XI
 
 #endif // FLOWER_LANES_X86
+
+#if defined(FLOWER_LANES_NEON)
+
+// One 128-bit block: the x86 operations' results, lane for lane.
+
+inline uint8x16_t Bytes8(V v)
+{
+    return (uint8x16_t)v;
+}
+
+inline V MulHigh16(V a, V b)
+{
+    const uint16x8_t x = (uint16x8_t)a, y = (uint16x8_t)b;
+    const uint32x4_t lo = vmull_u16(vget_low_u16(x), vget_low_u16(y));
+    const uint32x4_t hi = vmull_high_u16(x, y);
+    return V(vuzp2q_u16((uint16x8_t)lo, (uint16x8_t)hi));
+}
+
+inline V LowBytes(V v)
+{
+    return V(vzip1q_u8(Bytes8(v), vdupq_n_u8(0)));
+}
+
+inline V HighBytes(V v)
+{
+    return V(vzip2q_u8(Bytes8(v), vdupq_n_u8(0)));
+}
+
+inline V InterleaveLow8(V a, V b)
+{
+    return V(vzip1q_u8(Bytes8(a), Bytes8(b)));
+}
+
+inline V InterleaveHigh8(V a, V b)
+{
+    return V(vzip2q_u8(Bytes8(a), Bytes8(b)));
+}
+
+inline V Pack16(V low, V high)
+{
+    return V(vqmovun_high_s16(vqmovun_s16((int16x8_t)low), (int16x8_t)high));
+}
+
+inline V Pack32(V low, V high)
+{
+    return V(vqmovn_high_s32(vqmovn_s32((int32x4_t)low), (int32x4_t)high));
+}
+
+inline V MulAddPairs16(V a, V b)
+{
+    const int16x8_t x = (int16x8_t)a, y = (int16x8_t)b;
+    const int32x4_t lo = vmull_s16(vget_low_s16(x), vget_low_s16(y));
+    return V(vpaddq_s32(lo, vmull_high_s16(x, y)));
+}
+
+// Bytes of v picked by four 32-bit lanes of indices; 0xFF gives zero.
+inline V PickBytes(V v, u32 i0, u32 i1, u32 i2, u32 i3)
+{
+    const V pick = {i0, i1, i2, i3};
+    return V(vqtbl1q_u8(Bytes8(v), Bytes8(pick)));
+}
+
+inline V SpreadWord3(V words)
+{
+    return PickBytes(words, 0x07060706u, 0x07060706u, 0x0F0E0F0Eu, 0x0F0E0F0Eu);
+}
+
+inline V LowPelWords(V v)
+{
+    return PickBytes(v, 0x01000100u, 0x01000100u, 0x05040504u, 0x05040504u);
+}
+
+inline V HighPelWords(V v)
+{
+    return PickBytes(v, 0x09080908u, 0x09080908u, 0x0D0C0D0Cu, 0x0D0C0D0Cu);
+}
+
+template <int k> inline V SpreadPel(V v)
+{
+    return V(vdupq_laneq_u32((uint32x4_t)v, k));
+}
+
+template <int k> inline V PelByte(V pels)
+{
+    return PickBytes(pels, 0xFFFFFF00u | k, 0xFFFFFF04u | k, 0xFFFFFF08u | k, 0xFFFFFF0Cu | k);
+}
+
+inline V Gather32(const u32* table, V index)
+{
+    return V{table[index[0]], table[index[1]], table[index[2]], table[index[3]]};
+}
+
+// The estimate (error below 2^-8) and one Newton step: error below 2^-15.
+inline F ReciprocalBelow(F x)
+{
+    const float32x4_t estimate = vrecpeq_f32((float32x4_t)x);
+    const float32x4_t refined = vmulq_f32(estimate, vrecpsq_f32((float32x4_t)x, estimate));
+    return F(refined) * (1.0f - 1.0f / 8192.0f);
+}
+
+inline void StoreLowBytes(u8* dst, V v)
+{
+    const uint16x4_t words = vmovn_u32((uint32x4_t)v);
+    const uint8x8_t bytes = vmovn_u16(vcombine_u16(words, words));
+    const u32 four = vget_lane_u32(vreinterpret_u32_u8(bytes), 0);
+    std::memcpy(dst, &four, 4);
+}
+
+inline bool All(PelMask m)
+{
+    return vminvq_u32((uint32x4_t)m) == 0xFFFFFFFFu;
+}
+
+inline bool None(PelMask m)
+{
+    return vmaxvq_u32((uint32x4_t)m) == 0u;
+}
+
+#endif // FLOWER_LANES_NEON
 
 } // namespace FLOWER_KERNEL_TARGET
 } // namespace Kernels
