@@ -34,6 +34,11 @@
 #error "no vector target"
 #endif
 
+// For the per-block functions of the vector sources: a block's registers stay
+// registers only when the whole block is inlined into its row loop, which
+// GCC's size heuristics do not always choose by themselves.
+#define FLOWER_BLOCK inline __attribute__((always_inline))
+
 namespace Kernels {
 namespace FLOWER_KERNEL_TARGET {
 
@@ -59,46 +64,46 @@ typedef float F __attribute__((vector_size(kBytes)));
 
 // --- memory and constants ------------------------------------------------------
 
-inline const char* At(const char* row, int index)
+FLOWER_BLOCK const char* At(const char* row, int index)
 {
     return row + std::ptrdiff_t(index) * 4;
 }
 
-inline char* At(char* row, int index)
+FLOWER_BLOCK char* At(char* row, int index)
 {
     return row + std::ptrdiff_t(index) * 4;
 }
 
 // Pels index..index + kPels - 1 of a row with no alignment promise.
-inline V Load(const char* row, int index)
+FLOWER_BLOCK V Load(const char* row, int index)
 {
     V v;
     std::memcpy(&v, At(row, index), sizeof v);
     return v;
 }
 
-inline void Store(char* row, int index, V pels)
+FLOWER_BLOCK void Store(char* row, int index, V pels)
 {
     std::memcpy(At(row, index), &pels, sizeof pels);
 }
 
-inline V Splat32(u32 x)
+FLOWER_BLOCK V Splat32(u32 x)
 {
     return V{} + x;
 }
 
-inline V Splat16(u16 x)
+FLOWER_BLOCK V Splat16(u16 x)
 {
     return V(W{} + x);
 }
 
-inline F SplatF(float x)
+FLOWER_BLOCK F SplatF(float x)
 {
     return F{} + x;
 }
 
 // 0, 1, 2, ... kPels - 1.
-inline V Ramp32()
+FLOWER_BLOCK V Ramp32()
 {
     V v{};
     for (int i = 0; i < kPels; ++i)
@@ -108,79 +113,68 @@ inline V Ramp32()
 
 // --- 32-bit lanes -------------------------------------------------------------
 
-inline V Sar32(V v, int n)
+FLOWER_BLOCK V Sar32(V v, int n)
 {
     return V(I(v) >> n);
 }
 
-inline V MinSigned32(V a, V b)
-{
-    return I(a) < I(b) ? a : b;
-}
+FLOWER_BLOCK V MinSigned32(V a, V b);
+FLOWER_BLOCK V MinUnsigned32(V a, V b);
+FLOWER_BLOCK V MaxUnsigned32(V a, V b);
 
-inline V MinUnsigned32(V a, V b)
-{
-    return a < b ? a : b;
-}
-
-inline V MaxUnsigned32(V a, V b)
-{
-    return a > b ? a : b;
-}
-
-inline F ToFloat(V v)
+FLOWER_BLOCK F ToFloat(V v)
 {
     return __builtin_convertvector(I(v), F);
 }
 
 // Truncating, for values that fit a signed 32-bit lane.
-inline V Truncate(F f)
+FLOWER_BLOCK V Truncate(F f)
 {
     return V(__builtin_convertvector(f, I));
 }
 
 // Pel (alpha) byte of each lane, and its colour bytes with another alpha.
-inline V Alphas(V pels)
+FLOWER_BLOCK V Alphas(V pels)
 {
     return pels >> 24;
 }
 
-inline V WithAlphas(V colour, V alpha)
+FLOWER_BLOCK V WithAlphas(V colour, V alpha)
 {
     return (colour & 0x00FFFFFFu) | alpha << 24;
 }
 
 // --- 16-bit lanes -------------------------------------------------------------
 
-inline V Add16(V a, V b)
+FLOWER_BLOCK V Add16(V a, V b)
 {
     return V(W(a) + W(b));
 }
 
-inline V Sub16(V a, V b)
+FLOWER_BLOCK V Sub16(V a, V b)
 {
     return V(W(a) - W(b));
 }
 
-inline V Mul16(V a, V b)
+FLOWER_BLOCK V Mul16(V a, V b)
 {
     return V(W(a) * W(b));
 }
 
-inline V Shr16(V v, int n)
+FLOWER_BLOCK V Shr16(V v, int n)
 {
     return V(W(v) >> n);
 }
 
 // All ones in the 16-bit lanes where a == b.
-inline V Eq16(V a, V b)
+FLOWER_BLOCK V Eq16(V a, V b)
 {
     return V(W(a) == W(b));
 }
 
 // DivideBy255 in 16-bit lanes, x <= 65025: ((x + 128) * 257) >> 16.
-inline V MulHigh16(V a, V b);
-inline V DivideBy255x16(V x)
+FLOWER_BLOCK V MulHigh16(V a, V b);
+FLOWER_BLOCK V DivideBy255x16(V x)
 {
     return MulHigh16(Add16(x, Splat16(128)), Splat16(257));
 }
@@ -193,130 +187,130 @@ inline V DivideBy255x16(V x)
 #if defined(__AVX512BW__)
 typedef __mmask16 PelMask;
 
-inline PelMask Eq32(V a, V b)
+FLOWER_BLOCK PelMask Eq32(V a, V b)
 {
     return _mm512_cmpeq_epi32_mask(__m512i(a), __m512i(b));
 }
 
-inline PelMask GreaterSigned32(V a, V b)
+FLOWER_BLOCK PelMask GreaterSigned32(V a, V b)
 {
     return _mm512_cmpgt_epi32_mask(__m512i(a), __m512i(b));
 }
 
-inline PelMask NonZero32(V a)
+FLOWER_BLOCK PelMask NonZero32(V a)
 {
     return _mm512_test_epi32_mask(__m512i(a), __m512i(a));
 }
 
-inline PelMask GreaterEqualF(F a, F b)
+FLOWER_BLOCK PelMask GreaterEqualF(F a, F b)
 {
     return _mm512_cmp_ps_mask(__m512(a), __m512(b), _CMP_GE_OQ);
 }
 
-inline PelMask And(PelMask a, PelMask b)
+FLOWER_BLOCK PelMask And(PelMask a, PelMask b)
 {
     return PelMask(a & b);
 }
 
-inline PelMask Or(PelMask a, PelMask b)
+FLOWER_BLOCK PelMask Or(PelMask a, PelMask b)
 {
     return PelMask(a | b);
 }
 
 // ~a & b.
-inline PelMask AndNot(PelMask a, PelMask b)
+FLOWER_BLOCK PelMask AndNot(PelMask a, PelMask b)
 {
     return PelMask(~a & b);
 }
 
-inline PelMask AllPels()
+FLOWER_BLOCK PelMask AllPels()
 {
     return PelMask(0xFFFF);
 }
 
-inline bool All(PelMask m)
+FLOWER_BLOCK bool All(PelMask m)
 {
     return m == AllPels();
 }
 
-inline bool None(PelMask m)
+FLOWER_BLOCK bool None(PelMask m)
 {
     return m == 0;
 }
 
-inline V Select(PelMask m, V ifSet, V ifClear)
+FLOWER_BLOCK V Select(PelMask m, V ifSet, V ifClear)
 {
     return V(_mm512_mask_blend_epi32(m, __m512i(ifClear), __m512i(ifSet)));
 }
 
 // ifSet where m, 0 elsewhere.
-inline V Keep(PelMask m, V ifSet)
+FLOWER_BLOCK V Keep(PelMask m, V ifSet)
 {
     return V(_mm512_maskz_mov_epi32(m, __m512i(ifSet)));
 }
 
 // Stores the pels of m; the others may be rewritten with what the row holds.
-inline void StoreWhere(char* row, int index, V pels, PelMask m)
+FLOWER_BLOCK void StoreWhere(char* row, int index, V pels, PelMask m)
 {
     _mm512_mask_storeu_epi32(At(row, index), m, __m512i(pels));
 }
 #else
 typedef V PelMask;
 
-inline PelMask Eq32(V a, V b)
+FLOWER_BLOCK PelMask Eq32(V a, V b)
 {
     return V(a == b);
 }
 
-inline PelMask GreaterSigned32(V a, V b)
+FLOWER_BLOCK PelMask GreaterSigned32(V a, V b)
 {
     return V(I(a) > I(b));
 }
 
-inline PelMask NonZero32(V a)
+FLOWER_BLOCK PelMask NonZero32(V a)
 {
     return V(a != 0u);
 }
 
-inline PelMask GreaterEqualF(F a, F b)
+FLOWER_BLOCK PelMask GreaterEqualF(F a, F b)
 {
     return V(a >= b);
 }
 
-inline PelMask And(PelMask a, PelMask b)
+FLOWER_BLOCK PelMask And(PelMask a, PelMask b)
 {
     return a & b;
 }
 
-inline PelMask Or(PelMask a, PelMask b)
+FLOWER_BLOCK PelMask Or(PelMask a, PelMask b)
 {
     return a | b;
 }
 
-inline PelMask AndNot(PelMask a, PelMask b)
+FLOWER_BLOCK PelMask AndNot(PelMask a, PelMask b)
 {
     return ~a & b;
 }
 
-inline PelMask AllPels()
+FLOWER_BLOCK PelMask AllPels()
 {
     return ~V{};
 }
 
-inline bool All(PelMask m);
-inline bool None(PelMask m);
+FLOWER_BLOCK bool All(PelMask m);
+FLOWER_BLOCK bool None(PelMask m);
 
-inline V Select(PelMask m, V ifSet, V ifClear)
+FLOWER_BLOCK V Select(PelMask m, V ifSet, V ifClear)
 {
     return I(m) != 0 ? ifSet : ifClear;
 }
 
-inline V Keep(PelMask m, V ifSet)
+FLOWER_BLOCK V Keep(PelMask m, V ifSet)
 {
     return m & ifSet;
 }
 
-inline void StoreWhere(char* row, int index, V pels, PelMask m)
+FLOWER_BLOCK void StoreWhere(char* row, int index, V pels, PelMask m)
 {
     if (!None(m))
         Store(row, index, pels);
@@ -324,9 +318,13 @@ inline void StoreWhere(char* row, int index, V pels, PelMask m)
 #endif
 
 // Where a 16-bit lane of m is all ones, ifSet; elsewhere ifClear.
-inline V Select16(V m, V ifSet, V ifClear)
+FLOWER_BLOCK V Select16(V m, V ifSet, V ifClear)
 {
+#if defined(__AVX2__) && !defined(__AVX512BW__)
+    return V(_mm256_blendv_epi8(__m256i(ifClear), __m256i(ifSet), __m256i(m)));
+#else
     return (m & ifSet) | (~m & ifClear);
+#endif
 }
 
 // --- target operations ------------------------------------------------------------
@@ -347,53 +345,85 @@ typedef __m256i X;
 typedef __m128i X;
 #endif
 
-inline V MulHigh16(V a, V b)
+FLOWER_BLOCK V MulHigh16(V a, V b)
 {
     return V(FLOWER_X(mulhi_epu16)(X(a), X(b)));
 }
 
+#if defined(__AVX2__)
+FLOWER_BLOCK V MinSigned32(V a, V b)
+{
+    return V(FLOWER_X(min_epi32)(X(a), X(b)));
+}
+
+FLOWER_BLOCK V MinUnsigned32(V a, V b)
+{
+    return V(FLOWER_X(min_epu32)(X(a), X(b)));
+}
+
+FLOWER_BLOCK V MaxUnsigned32(V a, V b)
+{
+    return V(FLOWER_X(max_epu32)(X(a), X(b)));
+}
+#else
+FLOWER_BLOCK V MinSigned32(V a, V b)
+{
+    return I(a) < I(b) ? a : b;
+}
+
+FLOWER_BLOCK V MinUnsigned32(V a, V b)
+{
+    return a < b ? a : b;
+}
+
+FLOWER_BLOCK V MaxUnsigned32(V a, V b)
+{
+    return a > b ? a : b;
+}
+#endif
+
 // Bytes 0-7 (LowBytes) or 8-15 (HighBytes) of each block, widened to 16 bits.
-inline V LowBytes(V v)
+FLOWER_BLOCK V LowBytes(V v)
 {
     return V(FLOWER_X(unpacklo_epi8)(X(v), X{}));
 }
 
-inline V HighBytes(V v)
+FLOWER_BLOCK V HighBytes(V v)
 {
     return V(FLOWER_X(unpackhi_epi8)(X(v), X{}));
 }
 
 // Bytes of a and b interleaved: a0 b0 a1 b1 ... from the low (high) half of each block.
-inline V InterleaveLow8(V a, V b)
+FLOWER_BLOCK V InterleaveLow8(V a, V b)
 {
     return V(FLOWER_X(unpacklo_epi8)(X(a), X(b)));
 }
 
-inline V InterleaveHigh8(V a, V b)
+FLOWER_BLOCK V InterleaveHigh8(V a, V b)
 {
     return V(FLOWER_X(unpackhi_epi8)(X(a), X(b)));
 }
 
 // 16-bit lanes of 0..255 back to bytes: LowBytes and HighBytes undone.
-inline V Pack16(V low, V high)
+FLOWER_BLOCK V Pack16(V low, V high)
 {
     return V(FLOWER_X(packus_epi16)(X(low), X(high)));
 }
 
 // 32-bit lanes of 0..32767 to 16-bit lanes, low's pels before high's in each block.
-inline V Pack32(V low, V high)
+FLOWER_BLOCK V Pack32(V low, V high)
 {
     return V(FLOWER_X(packs_epi32)(X(low), X(high)));
 }
 
 // a0*b0 + a1*b1 of each pair of signed 16-bit lanes, in 32 bits.
-inline V MulAddPairs16(V a, V b)
+FLOWER_BLOCK V MulAddPairs16(V a, V b)
 {
     return V(FLOWER_X(madd_epi16)(X(a), X(b)));
 }
 
 // Word 3 of each pel (its alpha, widened) into the pel's four 16-bit lanes.
-inline V SpreadWord3(V words)
+FLOWER_BLOCK V SpreadWord3(V words)
 {
     return V(FLOWER_X(shufflehi_epi16)(FLOWER_X(shufflelo_epi16)(X(words), 0xFF), 0xFF));
 }
@@ -402,7 +432,7 @@ inline V SpreadWord3(V words)
 // block, each in four 16-bit lanes: the layout of LowBytes and HighBytes.
 #if defined(__AVX2__)
 // One byte shuffle: words 0 and 2 (LowPelWords) or 4 and 6 of each block, x4.
-inline V PelWords(V v, u32 first, u32 second)
+FLOWER_BLOCK V PelWords(V v, u32 first, u32 second)
 {
     V pick{};
     for (int i = 0; i < kPels; ++i)
@@ -410,23 +440,23 @@ inline V PelWords(V v, u32 first, u32 second)
     return V(FLOWER_X(shuffle_epi8)(X(v), X(pick)));
 }
 
-inline V LowPelWords(V v)
+FLOWER_BLOCK V LowPelWords(V v)
 {
     return PelWords(v, 0x01000100u, 0x05040504u);
 }
 
-inline V HighPelWords(V v)
+FLOWER_BLOCK V HighPelWords(V v)
 {
     return PelWords(v, 0x09080908u, 0x0D0C0D0Cu);
 }
 #else
-inline V LowPelWords(V v)
+FLOWER_BLOCK V LowPelWords(V v)
 {
     const X pairs = FLOWER_X(shufflelo_epi16)(X(v), 0xA0);
     return V(FLOWER_X(unpacklo_epi16)(pairs, pairs));
 }
 
-inline V HighPelWords(V v)
+FLOWER_BLOCK V HighPelWords(V v)
 {
     const X pairs = FLOWER_X(shufflehi_epi16)(X(v), 0xA0);
     return V(FLOWER_X(unpackhi_epi16)(pairs, pairs));
@@ -434,7 +464,7 @@ inline V HighPelWords(V v)
 #endif
 
 // Pel k of each block in all four of its lanes.
-template <int k> inline V SpreadPel(V v)
+template <int k> FLOWER_BLOCK V SpreadPel(V v)
 {
 #if defined(__AVX512BW__)
     return V(_mm512_shuffle_epi32(X(v), _MM_PERM_ENUM(k * 0x55)));
@@ -444,7 +474,7 @@ template <int k> inline V SpreadPel(V v)
 }
 
 // Byte k of every pel, zero-extended.
-template <int k> inline V PelByte(V pels)
+template <int k> FLOWER_BLOCK V PelByte(V pels)
 {
 #if defined(__AVX2__)
     const V pick = Splat32(0x80808000u | k) + (Ramp32() & 3u) * 4u;
@@ -455,7 +485,7 @@ template <int k> inline V PelByte(V pels)
 }
 
 // table[index] per lane.
-inline V Gather32(const u32* table, V index)
+FLOWER_BLOCK V Gather32(const u32* table, V index)
 {
 #if defined(__AVX512BW__)
     return V(_mm512_i32gather_epi32(X(index), table, 4));
@@ -470,7 +500,7 @@ inline V Gather32(const u32* table, V index)
 }
 
 // Below 1/x by less than 2^-9 of it, for x >= 1.
-inline F ReciprocalBelow(F x)
+FLOWER_BLOCK F ReciprocalBelow(F x)
 {
 #if defined(__AVX512BW__)
     // rcp14: error below 2^-14.
@@ -485,8 +515,8 @@ inline F ReciprocalBelow(F x)
 #endif
 }
 
-// The low byte of each lane, kPels bytes.
-inline void StoreLowBytes(u8* dst, V v)
+// The low byte of each lane, kPels bytes; lanes hold 0..255.
+FLOWER_BLOCK void StoreLowBytes(u8* dst, V v)
 {
 #if defined(__AVX512BW__)
     _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm512_cvtepi32_epi8(X(v)));
@@ -501,13 +531,31 @@ inline void StoreLowBytes(u8* dst, V v)
 #endif
 }
 
+// Byte `byte` (0..3) of every pel, kPels bytes.
+FLOWER_BLOCK void StorePelBytes(u8* dst, V pels, int byte)
+{
+#if defined(__AVX512BW__)
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm512_cvtepi32_epi8(X(pels >> (8 * byte))));
+#elif defined(__AVX2__)
+    // Each block gathers the byte of its four pels into its low dword; dwords 0
+    // and 4 then make the eight bytes. Indices with the top bit set give zero.
+    const X pick =
+        _mm256_add_epi8(_mm256_set1_epi32(int(0x0C080400u)), _mm256_set1_epi8(char(byte)));
+    const X bytes = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(X(pels), pick),
+                                                _mm256_setr_epi32(0, 4, 0, 0, 0, 0, 0, 0));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), _mm256_castsi256_si128(bytes));
+#else
+    StoreLowBytes(dst, (pels >> (8 * byte)) & 0xFFu);
+#endif
+}
+
 #if !defined(__AVX512BW__)
-inline bool All(PelMask m)
+FLOWER_BLOCK bool All(PelMask m)
 {
     return FLOWER_X(movemask_epi8)(X(m)) == int((1ull << kBytes) - 1);
 }
 
-inline bool None(PelMask m)
+FLOWER_BLOCK bool None(PelMask m)
 {
     return FLOWER_X(movemask_epi8)(X(m)) == 0;
 }
@@ -522,12 +570,12 @@ inline bool None(PelMask m)
 
 // One 128-bit block: the x86 operations' results, lane for lane.
 
-inline uint8x16_t Bytes8(V v)
+FLOWER_BLOCK uint8x16_t Bytes8(V v)
 {
     return (uint8x16_t)v;
 }
 
-inline V MulHigh16(V a, V b)
+FLOWER_BLOCK V MulHigh16(V a, V b)
 {
     const uint16x8_t x = (uint16x8_t)a, y = (uint16x8_t)b;
     const uint32x4_t lo = vmull_u16(vget_low_u16(x), vget_low_u16(y));
@@ -535,37 +583,37 @@ inline V MulHigh16(V a, V b)
     return V(vuzp2q_u16((uint16x8_t)lo, (uint16x8_t)hi));
 }
 
-inline V LowBytes(V v)
+FLOWER_BLOCK V LowBytes(V v)
 {
     return V(vzip1q_u8(Bytes8(v), vdupq_n_u8(0)));
 }
 
-inline V HighBytes(V v)
+FLOWER_BLOCK V HighBytes(V v)
 {
     return V(vzip2q_u8(Bytes8(v), vdupq_n_u8(0)));
 }
 
-inline V InterleaveLow8(V a, V b)
+FLOWER_BLOCK V InterleaveLow8(V a, V b)
 {
     return V(vzip1q_u8(Bytes8(a), Bytes8(b)));
 }
 
-inline V InterleaveHigh8(V a, V b)
+FLOWER_BLOCK V InterleaveHigh8(V a, V b)
 {
     return V(vzip2q_u8(Bytes8(a), Bytes8(b)));
 }
 
-inline V Pack16(V low, V high)
+FLOWER_BLOCK V Pack16(V low, V high)
 {
     return V(vqmovun_high_s16(vqmovun_s16((int16x8_t)low), (int16x8_t)high));
 }
 
-inline V Pack32(V low, V high)
+FLOWER_BLOCK V Pack32(V low, V high)
 {
     return V(vqmovn_high_s32(vqmovn_s32((int32x4_t)low), (int32x4_t)high));
 }
 
-inline V MulAddPairs16(V a, V b)
+FLOWER_BLOCK V MulAddPairs16(V a, V b)
 {
     const int16x8_t x = (int16x8_t)a, y = (int16x8_t)b;
     const int32x4_t lo = vmull_s16(vget_low_s16(x), vget_low_s16(y));
@@ -573,51 +621,51 @@ inline V MulAddPairs16(V a, V b)
 }
 
 // Bytes of v picked by four 32-bit lanes of indices; 0xFF gives zero.
-inline V PickBytes(V v, u32 i0, u32 i1, u32 i2, u32 i3)
+FLOWER_BLOCK V PickBytes(V v, u32 i0, u32 i1, u32 i2, u32 i3)
 {
     const V pick = {i0, i1, i2, i3};
     return V(vqtbl1q_u8(Bytes8(v), Bytes8(pick)));
 }
 
-inline V SpreadWord3(V words)
+FLOWER_BLOCK V SpreadWord3(V words)
 {
     return PickBytes(words, 0x07060706u, 0x07060706u, 0x0F0E0F0Eu, 0x0F0E0F0Eu);
 }
 
-inline V LowPelWords(V v)
+FLOWER_BLOCK V LowPelWords(V v)
 {
     return PickBytes(v, 0x01000100u, 0x01000100u, 0x05040504u, 0x05040504u);
 }
 
-inline V HighPelWords(V v)
+FLOWER_BLOCK V HighPelWords(V v)
 {
     return PickBytes(v, 0x09080908u, 0x09080908u, 0x0D0C0D0Cu, 0x0D0C0D0Cu);
 }
 
-template <int k> inline V SpreadPel(V v)
+template <int k> FLOWER_BLOCK V SpreadPel(V v)
 {
     return V(vdupq_laneq_u32((uint32x4_t)v, k));
 }
 
-template <int k> inline V PelByte(V pels)
+template <int k> FLOWER_BLOCK V PelByte(V pels)
 {
     return PickBytes(pels, 0xFFFFFF00u | k, 0xFFFFFF04u | k, 0xFFFFFF08u | k, 0xFFFFFF0Cu | k);
 }
 
-inline V Gather32(const u32* table, V index)
+FLOWER_BLOCK V Gather32(const u32* table, V index)
 {
     return V{table[index[0]], table[index[1]], table[index[2]], table[index[3]]};
 }
 
 // The estimate (error below 2^-8) and one Newton step: error below 2^-15.
-inline F ReciprocalBelow(F x)
+FLOWER_BLOCK F ReciprocalBelow(F x)
 {
     const float32x4_t estimate = vrecpeq_f32((float32x4_t)x);
     const float32x4_t refined = vmulq_f32(estimate, vrecpsq_f32((float32x4_t)x, estimate));
     return F(refined) * (1.0f - 1.0f / 8192.0f);
 }
 
-inline void StoreLowBytes(u8* dst, V v)
+FLOWER_BLOCK void StoreLowBytes(u8* dst, V v)
 {
     const uint16x4_t words = vmovn_u32((uint32x4_t)v);
     const uint8x8_t bytes = vmovn_u16(vcombine_u16(words, words));
@@ -625,12 +673,33 @@ inline void StoreLowBytes(u8* dst, V v)
     std::memcpy(dst, &four, 4);
 }
 
-inline bool All(PelMask m)
+FLOWER_BLOCK V MinSigned32(V a, V b)
+{
+    return V(vminq_s32((int32x4_t)a, (int32x4_t)b));
+}
+
+FLOWER_BLOCK V MinUnsigned32(V a, V b)
+{
+    return V(vminq_u32((uint32x4_t)a, (uint32x4_t)b));
+}
+
+FLOWER_BLOCK V MaxUnsigned32(V a, V b)
+{
+    return V(vmaxq_u32((uint32x4_t)a, (uint32x4_t)b));
+}
+
+// The narrowing moves keep the low byte of each lane whatever the rest.
+FLOWER_BLOCK void StorePelBytes(u8* dst, V pels, int byte)
+{
+    StoreLowBytes(dst, pels >> (8 * byte));
+}
+
+FLOWER_BLOCK bool All(PelMask m)
 {
     return vminvq_u32((uint32x4_t)m) == 0xFFFFFFFFu;
 }
 
-inline bool None(PelMask m)
+FLOWER_BLOCK bool None(PelMask m)
 {
     return vmaxvq_u32((uint32x4_t)m) == 0u;
 }

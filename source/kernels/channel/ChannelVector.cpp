@@ -11,7 +11,7 @@ namespace FLOWER_KERNEL_TARGET {
 namespace {
 
 // [b g r a] -> B*29 + R*77 from the [b r] words, G*149 from the [g a] words.
-V Weighted(V p)
+FLOWER_BLOCK V Weighted(V p)
 {
     const V br = MulAddPairs16(p & 0x00FF00FFu, Splat32(77u << 16 | 29u));
     const V ga = MulAddPairs16((p >> 8) & 0x00FF00FFu, Splat32(149u));
@@ -28,8 +28,9 @@ template <class Block> int ForBlocks(u8* dst, const u8* pels, int count, Block b
 
 void ByteRow(u8* dst, const u8* pels, int count, int byte)
 {
-    const int shift = byte * 8;
-    const int i = ForBlocks(dst, pels, count, [shift](V p) { return (p >> shift) & 0xFFu; });
+    int i = 0;
+    for (; i + kPels <= count; i += kPels)
+        StorePelBytes(dst + i, Load(reinterpret_cast<const char*>(pels), i), byte);
     kChannelScalar.byteRow(dst + i, pels + std::ptrdiff_t(i) * 4, count - i, byte);
 }
 

@@ -25,7 +25,7 @@ namespace {
 // (tc * ta + bc * w) then the table or the rounding, per 16-bit lane. The sum
 // is at most 255 * A, so the 16-bit mulhi is exact for A >= 2; adt[1] = 65536
 // is 0 in 16 bits, and A = 1 keeps the sum.
-V WeightedHalf(V top16, V bottom16, V adt16)
+FLOWER_BLOCK V WeightedHalf(V top16, V bottom16, V adt16)
 {
     const V ta = SpreadWord3(top16);
     const V ba = SpreadWord3(bottom16);
@@ -38,7 +38,7 @@ V WeightedHalf(V top16, V bottom16, V adt16)
 
 // ta + DivideBy255(ba * (255 - ta)) per pel, never above 255. The high 16 bits
 // of each 32-bit lane stay 0 through the 16-bit arithmetic.
-V CompositAlphas(V ta, V ba)
+FLOWER_BLOCK V CompositAlphas(V ta, V ba)
 {
     const V w = DivideBy255x16(Mul16(ba, Splat32(255) - ta));
     return ta + (w & 0xFFFFu);
@@ -46,7 +46,7 @@ V CompositAlphas(V ta, V ba)
 
 // tc * ta + bc * (255 - ta) rounded by DivideBy255, alpha 255: the opaque
 // bottom's branch alone, when no pel needs the table.
-V BlendOnOpaque(V top, V bottom)
+FLOWER_BLOCK V BlendOnOpaque(V top, V bottom)
 {
     const auto half = [](V top16, V bottom16) {
         const V tw = SpreadWord3(top16);
@@ -59,7 +59,7 @@ V BlendOnOpaque(V top, V bottom)
 }
 
 // Both weighted branches of CompositPel on every pel.
-V Weighted(V top, V bottom, V ta, V ba)
+FLOWER_BLOCK V Weighted(V top, V bottom, V ta, V ba)
 {
     const V alpha = CompositAlphas(ta, ba);
     const V adt = Gather32(global_adt, alpha);
@@ -73,7 +73,7 @@ struct Unchanged {
     PelMask top{}, bottom{};
 };
 
-V Composit(V top, V bottom, Unchanged& same)
+FLOWER_BLOCK V Composit(V top, V bottom, Unchanged& same)
 {
     const V ta = Alphas(top);
     const V ba = Alphas(bottom);
@@ -91,14 +91,14 @@ V Composit(V top, V bottom, Unchanged& same)
     return Select(same.top, top, out);
 }
 
-V Composit(V top, V bottom)
+FLOWER_BLOCK V Composit(V top, V bottom)
 {
     Unchanged same;
     return Composit(top, bottom, same);
 }
 
 // Top alpha 0 keeps the bottom, 255 the top; the rest blends with alpha 255.
-V OnOpaque(V top, V bottom, Unchanged& same)
+FLOWER_BLOCK V OnOpaque(V top, V bottom, Unchanged& same)
 {
     const V ta = Alphas(top);
     same.top = Eq32(ta, Splat32(255));
@@ -112,14 +112,14 @@ V OnOpaque(V top, V bottom, Unchanged& same)
 }
 
 // FadePelAlpha: alpha * opacity <= 65025 fits the low 16 bits of each lane.
-V Fade(V pels, V opacity)
+FLOWER_BLOCK V Fade(V pels, V opacity)
 {
     return WithAlphas(pels, DivideBy255x16(Mul16(Alphas(pels), opacity)));
 }
 
 // (alpha * opacity) / 255 truncated, for opacities 0..255: (x * 0x8081) >> 23
 // is x / 255 for every 16-bit x.
-V ScaleAlphas(V pels, V opacity)
+FLOWER_BLOCK V ScaleAlphas(V pels, V opacity)
 {
     const V product = Mul16(Alphas(pels), opacity);
     return WithAlphas(pels, Shr16(MulHigh16(product, Splat16(0x8081)), 7));

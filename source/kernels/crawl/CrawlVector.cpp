@@ -24,7 +24,7 @@ bool FractionInRange(int fraction)
 }
 
 // (C1*e1 + C0*e0) / sum for one colour channel; sum is never 0 here.
-template <int kByte> V Quotient(V s0, V s1, F e0, F e1, F sum, F reciprocal)
+template <int kByte> FLOWER_BLOCK V Quotient(V s0, V s1, F e0, F e1, F sum, F reciprocal)
 {
     const F num = ToFloat(PelByte<kByte>(s1)) * e1 + ToFloat(PelByte<kByte>(s0)) * e0;
     const V q = Truncate(num * reciprocal);
@@ -34,7 +34,7 @@ template <int kByte> V Quotient(V s0, V s1, F e0, F e1, F sum, F reciprocal)
 
 // The straight filter with in-range weights w0 = 256 - f, w1 = f in 32-bit lanes. A*w is at
 // most 65280, so a 16-bit multiply of the low halves gives it whole.
-V Straight(V s0, V s1, V w0, V w1)
+FLOWER_BLOCK V Straight(V s0, V s1, V w0, V w1)
 {
     const V e0 = Mul16(Alphas(s0), w0);
     const V e1 = Mul16(Alphas(s1), w1);
@@ -51,7 +51,7 @@ V Straight(V s0, V s1, V w0, V w1)
 
 // (X1*wNext + X0*wCur) >> 8 per channel in 16-bit lanes, where the two products sum to at
 // most 0xFF00.
-V Lerp(V p0, V p1, V wCur, V wNext)
+FLOWER_BLOCK V Lerp(V p0, V p1, V wCur, V wNext)
 {
     const V lo = Add16(Mul16(LowBytes(p0), wCur), Mul16(LowBytes(p1), wNext));
     const V hi = Add16(Mul16(HighBytes(p0), wCur), Mul16(HighBytes(p1), wNext));
@@ -71,7 +71,7 @@ struct Weights {
 
 // Equal alphas take a filter to a*N / (256*a), the plain lerp N / 256: blocks inside glyphs
 // and in the gaps between them need no division.
-V StraightFilter(V s0, V s1, const Weights& w)
+FLOWER_BLOCK V StraightFilter(V s0, V s1, const Weights& w)
 {
     const V a0 = Alphas(s0);
     if (All(Eq32(a0, Alphas(s1))))
@@ -80,23 +80,23 @@ V StraightFilter(V s0, V s1, const Weights& w)
 }
 
 // v / 256, truncating toward zero.
-V DivideBy256(V v)
+FLOWER_BLOCK V DivideBy256(V v)
 {
     return Sar32(v + (Sar32(v, 31) & 255u), 8);
 }
 
 // Low 8 bits of ((L / 256)*X) / 256 given m = L / 256; the product fits 32 bits.
-V Fade(V m, V x)
+FLOWER_BLOCK V Fade(V m, V x)
 {
     return DivideBy256(m * x) & 0xFFu;
 }
 
-V FadeAlpha(V levels, V pels)
+FLOWER_BLOCK V FadeAlpha(V levels, V pels)
 {
     return WithAlphas(pels, Fade(DivideBy256(levels), Alphas(pels)));
 }
 
-V FadeAllChannels(V levels, V pels)
+FLOWER_BLOCK V FadeAllChannels(V levels, V pels)
 {
     const V m = DivideBy256(levels);
     const V b = Fade(m, PelByte<0>(pels)), g = Fade(m, PelByte<1>(pels));

@@ -9,7 +9,7 @@ namespace {
 
 // The same as DivideBy255x16 in 32-bit lanes holding at most 65025: the upper
 // halves stay 0.
-V DivideBy255x32(V x)
+FLOWER_BLOCK V DivideBy255x32(V x)
 {
     return MulHigh16(x + 128u, Splat32(257));
 }
@@ -59,7 +59,7 @@ void FillRow(char* dst, int count, u32 colour)
 
 // (A * level) / 256 truncates toward zero: a negative product gets 255 added
 // before the arithmetic shift.
-V LevelFade(V p, V product)
+FLOWER_BLOCK V LevelFade(V p, V product)
 {
     const V bias = Sar32(product, 31) >> 24;
     return WithAlphas(p, Sar32(product + bias, 8));
@@ -88,7 +88,7 @@ void LevelFadeRow(char* dst, const char* src, int count, int level)
 }
 
 // [b g r a] x2 per block half, multiplied by [a a a 255]: DivideBy255(a * 255) = a.
-V PreMultHalf(V pels16)
+FLOWER_BLOCK V PreMultHalf(V pels16)
 {
     const V odd = V((Ramp32() & 1u) != 0u); // the lanes of words 2 and 3
     const V factor = (SpreadWord3(pels16) & ~(odd & 0xFFFF0000u)) | (odd & 0x00FF0000u);
@@ -114,7 +114,7 @@ void PreMultAlphaRow(char* dst, const char* src, int count)
 // least 1/255 below the next integer, more than half an ulp (2^-9 below 2^16):
 // truncating it gives the entry. a = 0 gives 65536, whose low 16 bits are 0,
 // and multiplies sums that are 0 there.
-V AlphaReciprocals(V alpha)
+FLOWER_BLOCK V AlphaReciprocals(V alpha)
 {
     return Truncate(SplatF(65536.0f) / ToFloat(MaxUnsigned32(alpha, Splat32(1))));
 }
@@ -122,13 +122,13 @@ V AlphaReciprocals(V alpha)
 // ((c1 * w1 + c2 * w2) * adt[A]) >> 16 for two pels a block half, w1 + w2 = A.
 // The sum is at most 255 * A, so it and adt[A] (A >= 2) fit 16 bits and mulhi
 // is the exact quotient; adt[1] = 65536 is 0 in 16 bits and A = 1 keeps the sum.
-V MeanHalf(V c1, V w1, V c2, V w2, V adt, V alphaIsOne)
+FLOWER_BLOCK V MeanHalf(V c1, V w1, V c2, V w2, V adt, V alphaIsOne)
 {
     const V sum = Add16(Mul16(c1, w1), Mul16(c2, w2));
     return MulHigh16(sum, adt) | (sum & alphaIsOne);
 }
 
-V Blend(V p1, V p2, V l1, V l2)
+FLOWER_BLOCK V Blend(V p1, V p2, V l1, V l2)
 {
     const V w1 = DivideBy255x32(Mul16(Alphas(p1), l1));
     const V w2 = DivideBy255x32(Mul16(Alphas(p2), l2));
@@ -154,13 +154,13 @@ void BlendRow(char* dst, const char* src1, const char* src2, int count, u32 leve
 // One pel a block quarter: [c1 c2] 16-bit pairs times the pair [a1 a2], summed
 // per channel, times adt[A] in 32 bits. Past A = 255 the sum reaches
 // 2 * 255 * 255 and the quotient 509: only its low 8 bits are kept.
-V AddPel(V pairs16, V adt)
+FLOWER_BLOCK V AddPel(V pairs16, V adt)
 {
     const V sums = MulAddPairs16(pairs16, SpreadPel<3>(pairs16));
     return ((sums * adt) >> 16) & 0xFFu;
 }
 
-V Add(V p1, V p2)
+FLOWER_BLOCK V Add(V p1, V p2)
 {
     const V alpha = MinUnsigned32(Alphas(p1) + Alphas(p2), Splat32(255));
     const V adt = AlphaReciprocals(alpha);
@@ -189,13 +189,13 @@ void AddRow(char* dst, const char* src1, const char* src2, int count)
 // n <= 255 * s stay below 2^24, exact in floats. Rounding n / s to nearest
 // cannot reach the next integer (it lies at least 1/s > half an ulp away), so
 // truncating the float quotient is the integer division.
-V CrossFadeChannel(V a, V b, V ea, V eb, F s, int shift)
+FLOWER_BLOCK V CrossFadeChannel(V a, V b, V ea, V eb, F s, int shift)
 {
     const V n = ((b >> shift) & 0xFFu) * eb + ((a >> shift) & 0xFFu) * ea;
     return Truncate(ToFloat(n) / s) << shift;
 }
 
-V CrossFade(V a, V b, V wa, V wb)
+FLOWER_BLOCK V CrossFade(V a, V b, V wa, V wb)
 {
     const V ea = Alphas(a) * wa, eb = Alphas(b) * wb;
     const V sum = ea + eb;
@@ -223,7 +223,7 @@ void CrossFadeRow(char* dst, const char* srcA, const char* srcB, int count, int 
 // truncates toward zero: negative sums get 255 added before the shift.
 // Weights of 0 or more summing to 256 at most keep the sum in 0..255 * 256:
 // a plain shift then, and nothing to mask.
-template <bool kInRange> V ShapedPel(V pairs16, V weights)
+template <bool kInRange> FLOWER_BLOCK V ShapedPel(V pairs16, V weights)
 {
     const V sum = MulAddPairs16(pairs16, weights);
     if (kInRange)
@@ -232,7 +232,7 @@ template <bool kInRange> V ShapedPel(V pairs16, V weights)
     return Sar32(sum + bias, 8) & 0xFFu;
 }
 
-template <bool kInRange> V ShapedCrossFade(V a, V b, V weights)
+template <bool kInRange> FLOWER_BLOCK V ShapedCrossFade(V a, V b, V weights)
 {
     // [xa xb] per channel, 16-bit lanes, one pel a block quarter
     const V lo = InterleaveLow8(a, b), hi = InterleaveHigh8(a, b);

@@ -12,7 +12,7 @@ namespace Kernels {
 namespace FLOWER_KERNEL_TARGET {
 namespace {
 
-template <int kShift> F ChannelF(V pels)
+template <int kShift> FLOWER_BLOCK F ChannelF(V pels)
 {
     return ToFloat((pels >> kShift) & 0xFFu);
 }
@@ -28,7 +28,7 @@ template <int N> bool WeightsFitFloats(const int weights[N])
     return total <= 256;
 }
 
-template <int N, int kShift> V Quotient(const V (&p)[N], const F (&e)[N], F s)
+template <int N, int kShift> FLOWER_BLOCK V Quotient(const V (&p)[N], const F (&e)[N], F s)
 {
     F num = ChannelF<kShift>(p[0]) * e[0];
     for (int k = 1; k < N; ++k)
@@ -37,7 +37,7 @@ template <int N, int kShift> V Quotient(const V (&p)[N], const F (&e)[N], F s)
 }
 
 // Pels x.. of the N-line mix; A*w <= 65280 comes whole from a 16-bit multiply.
-template <int N> V Mix(const char* const lines[N], const V (&w)[N], int x)
+template <int N> FLOWER_BLOCK V Mix(const char* const lines[N], const V (&w)[N], int x)
 {
     V p[N];
     F e[N];

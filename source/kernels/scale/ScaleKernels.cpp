@@ -9,6 +9,7 @@
 // with weight `rest`. The order is the result: this file is built without
 // floating-point contraction.
 #include "kernels/scale/ScaleKernels.h"
+#include "kernels/scale/ScaleTaps.h"
 
 #include <cstdint>
 
@@ -47,21 +48,6 @@ struct Sums {
         return MakePel(ClampChannel(b / divisor), ClampChannel(g / divisor),
                        ClampChannel(r / divisor), alpha);
     }
-};
-
-// Taps of one axis for one output pixel: the first, `middle` whole ones, and a
-// last one when its weight is positive.
-struct Taps {
-    i32 middle;
-    bool hasLast;
-    double first, last;
-
-    explicit Taps(const tagScaleList& e)
-        : middle(e.count != -1 ? e.count : 0), hasLast(e.count != -1 && e.lastWeight > 0),
-          first(e.firstWeight), last(e.lastWeight)
-    {
-    }
-    i32 Total() const { return 1 + middle + (hasLast ? 1 : 0); }
 };
 
 // One footprint row. Each weight is rowWeight x column weight, as in the

@@ -7,6 +7,7 @@
 // order with the same IEEE products and quotients. Built without contraction: a
 // fused multiply-add would round once, not twice.
 #include "kernels/scale/ScaleKernels.h"
+#include "kernels/scale/ScaleTaps.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -15,21 +16,6 @@
 namespace {
 
 constexpr int kLanes = 4;
-
-// One entry's taps along its axis: the first, the whole middle ones, and the
-// last when it carries weight.
-struct Taps {
-    i32 middle;
-    bool hasLast;
-    double first, last;
-
-    explicit Taps(const tagScaleList& e)
-        : middle(e.count != -1 ? e.count : 0), hasLast(e.count != -1 && e.lastWeight > 0),
-          first(e.firstWeight), last(e.lastWeight)
-    {
-    }
-    i32 Total() const { return 1 + middle + (hasLast ? 1 : 0); }
-};
 
 // The horizontal taps of four pels, lane by lane. A lane without a last column
 // carries a last weight of zero, which adds nothing.

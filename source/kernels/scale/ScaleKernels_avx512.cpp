@@ -9,6 +9,7 @@
 // The three quotients per pel would be the slow part: they are taken as a
 // product with the reciprocal of the alpha, then settled exactly (Quotient).
 #include "kernels/scale/ScaleKernels.h"
+#include "kernels/scale/ScaleTaps.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -26,21 +27,6 @@ namespace {
 
 constexpr int kLanes = 8;
 constexpr int kWindow = 16; // pels one load and one permute can pick from
-
-// One entry's taps along its axis: the first, the whole middle ones, and the
-// last when it carries weight.
-struct Taps {
-    i32 middle;
-    bool hasLast;
-    double first, last;
-
-    explicit Taps(const tagScaleList& e)
-        : middle(e.count != -1 ? e.count : 0), hasLast(e.count != -1 && e.lastWeight > 0),
-          first(e.firstWeight), last(e.lastWeight)
-    {
-    }
-    i32 Total() const { return 1 + middle + (hasLast ? 1 : 0); }
-};
 
 // The horizontal taps of eight pels, lane by lane. Spare lanes repeat the last
 // real pel, so their reads stay inside the footprint.
