@@ -54,6 +54,13 @@ constexpr int kBytes = 32;
 constexpr int kBytes = 16;
 #endif
 constexpr int kPels = kBytes / 4;
+// Whether 32-bit lane products are one instruction; SSE2 builds them from
+// several, which loses to the scalar loop where that returns early.
+#if defined(__AVX2__) || defined(FLOWER_LANES_NEON)
+constexpr bool kFastProducts32 = true;
+#else
+constexpr bool kFastProducts32 = false;
+#endif
 
 typedef u32 V __attribute__((vector_size(kBytes)));
 typedef std::int32_t I __attribute__((vector_size(kBytes)));
@@ -428,6 +435,19 @@ FLOWER_BLOCK V SpreadWord3(V words)
     return V(FLOWER_X(shufflehi_epi16)(FLOWER_X(shufflelo_epi16)(X(words), 0xFF), 0xFF));
 }
 
+// Word 3 of each pel (of 16-bit lanes) replaced by `value`.
+FLOWER_BLOCK V WithWord3(V words, u16 value)
+{
+#if defined(__AVX512BW__)
+    return V(_mm512_mask_blend_epi16(0x88888888u, X(words), _mm512_set1_epi16(short(value))));
+#elif defined(__AVX2__)
+    return V(_mm256_blend_epi16(X(words), _mm256_set1_epi16(short(value)), 0x88));
+#else
+    const V odd = V((Ramp32() & 1u) != 0u); // the lanes of words 2 and 3
+    return (words & ~(odd & 0xFFFF0000u)) | (odd & (u32(value) << 16));
+#endif
+}
+
 // Low words of the first (LowPelWords) or last (HighPelWords) two pels of each
 // block, each in four 16-bit lanes: the layout of LowBytes and HighBytes.
 #if defined(__AVX2__)
@@ -645,6 +665,11 @@ FLOWER_BLOCK V HighPelWords(V v)
 template <int k> FLOWER_BLOCK V SpreadPel(V v)
 {
     return V(vdupq_laneq_u32((uint32x4_t)v, k));
+}
+
+FLOWER_BLOCK V WithWord3(V words, u16 value)
+{
+    return V(vsetq_lane_u16(value, vsetq_lane_u16(value, (uint16x8_t)words, 3), 7));
 }
 
 template <int k> FLOWER_BLOCK V PelByte(V pels)

@@ -146,6 +146,12 @@ PelMask Changed(const char* dst, const char* bottom, const char* top, Unchanged 
 
 void CompositRow(char* dst, const char* bottom, const char* top, int count)
 {
+    const auto tail = [=](std::ptrdiff_t at, int n) {
+        Scalar::Composit(dst + at, bottom + at, top + at, n);
+    };
+    if (dst != bottom && dst != top)
+        return ForBlocks(
+            count, [=](int i) { Store(dst, i, Composit(Load(top, i), Load(bottom, i))); }, tail);
     ForBlocks(
         count,
         [=](int i) {
@@ -153,7 +159,7 @@ void CompositRow(char* dst, const char* bottom, const char* top, int count)
             const V out = Composit(Load(top, i), Load(bottom, i), same);
             StoreWhere(dst, i, out, Changed(dst, bottom, top, same));
         },
-        [=](std::ptrdiff_t at, int n) { Scalar::Composit(dst + at, bottom + at, top + at, n); });
+        tail);
 }
 
 void OnOpaqueRow(char* dst, const char* bottom, const char* top, int count)

@@ -90,9 +90,7 @@ void LevelFadeRow(char* dst, const char* src, int count, int level)
 // [b g r a] x2 per block half, multiplied by [a a a 255]: DivideBy255(a * 255) = a.
 FLOWER_BLOCK V PreMultHalf(V pels16)
 {
-    const V odd = V((Ramp32() & 1u) != 0u); // the lanes of words 2 and 3
-    const V factor = (SpreadWord3(pels16) & ~(odd & 0xFFFF0000u)) | (odd & 0x00FF0000u);
-    return DivideBy255x16(Mul16(pels16, factor));
+    return DivideBy255x16(Mul16(pels16, WithWord3(SpreadWord3(pels16), 255)));
 }
 
 void PreMultAlphaRow(char* dst, const char* src, int count)
@@ -210,7 +208,7 @@ void CrossFadeRow(char* dst, const char* srcA, const char* srcB, int count, int 
                   int weightB)
 {
     int i = 0;
-    if (weightA >= 0 && weightB >= 0 && weightA <= 256 - weightB) {
+    if (kFastProducts32 && weightA >= 0 && weightB >= 0 && weightA <= 256 - weightB) {
         const V wa = Splat32(u32(weightA)), wb = Splat32(u32(weightB));
         for (; i + kPels <= count; i += kPels)
             Store(dst, i, CrossFade(Load(srcA, i), Load(srcB, i), wa, wb));
