@@ -1,7 +1,7 @@
 // Differential target: every runnable kernel set of each row-routine family
 // runs on the same rows and parameters as the family's scalar set, and the
 // first difference aborts with the inputs and both outputs. A new set joins
-// through its family's Runnable...Sets; a new family is one line in kFamilies.
+// through its family's table (Kernels::Runnable); a new family is one line in kFamilies.
 #include "FuzzSupport.h"
 
 #include "florist.h"
