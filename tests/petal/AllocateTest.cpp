@@ -1,7 +1,7 @@
 // Allocator hooks: fallback chains, data pointers, and refused sizes.
 #include <cstring>
 
-#include "hooks.h"
+#include "Hooks.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 // handles given to every exported layer-level function.
 #include <cstdio>
 
+#include "Hooks.h"
 #include "channel.h"
 #include "florist.h"
-#include "hooks.h"
 
 namespace {
 

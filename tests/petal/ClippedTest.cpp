@@ -4,7 +4,7 @@
 #include <cstring>
 #include <random>
 
-#include "hooks.h"
+#include "Hooks.h"
 
 namespace {
 

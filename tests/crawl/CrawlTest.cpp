@@ -1,5 +1,5 @@
-// Crawl operations and row routines against the model in crawl_model.h, bit for bit.
-#include "crawl_model.h"
+// Crawl operations and row routines against the model in CrawlModel.h, bit for bit.
+#include "CrawlModel.h"
 #include "support/RowHarness.h"
 
 #include <PixelRoutinesLite.h>
