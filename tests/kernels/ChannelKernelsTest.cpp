@@ -1,7 +1,6 @@
 // Every channel kernel set this CPU runs against the scalar set, bit for bit:
 // seeded rows at every alignment, and one row holding every blue, green, red triple.
 #include "kernels/channel/ChannelKernels.h"
-#include "kernels/BestSet.h"
 #include "support/RowHarness.h"
 
 #include <string>
@@ -32,11 +31,6 @@ std::function<void(R, int, int)> Runner(const ChannelSet* set, int which)
     if (which == 4)
         return [set](R r, int n, int) { set->coveredLuminance(Bytes(r, 0), Bytes(r, 1), n); };
     return [set](R r, int n, int) { set->luminance(Bytes(r, 0), Bytes(r, 1), n); };
-}
-
-TEST(ChannelKernels, BestRunnableSetIsActive)
-{
-    kernels_test::ExpectBestSetActive("channel", Kernels::kChannelSets);
 }
 
 TEST(ChannelKernels, EveryVariantMatchesScalarForEachChannel)

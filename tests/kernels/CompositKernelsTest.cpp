@@ -2,7 +2,6 @@
 // member and bit for bit, including the bytes around the row and rows that
 // alias their sources.
 #include "kernels/composite/CompositKernels.h"
-#include "kernels/BestSet.h"
 #include "support/RowHarness.h"
 
 #include <algorithm>
@@ -130,12 +129,6 @@ void CheckPairsPrefix(const std::string& name, int count, Run run, Want want)
     if (miss.first != got[0].end())
         ADD_FAILURE() << name << std::hex << ": pel " << (miss.first - got[0].begin()) << " got 0x"
                       << *miss.first << " want 0x" << *miss.second;
-}
-
-// The variants this machine can run are built: an x86-64 build missing them is misconfigured.
-TEST(CompositKernels, BestRunnableSetIsActive)
-{
-    kernels_test::ExpectBestSetActive("composite", Kernels::kCompositSets);
 }
 
 TEST(CompositKernels, EveryMemberOfEveryVariantMatchesScalarOnSeededRows)

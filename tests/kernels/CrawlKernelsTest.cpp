@@ -1,7 +1,6 @@
 // Every crawl kernel set this CPU runs against the scalar set, bit for bit,
 // including the bytes around the row and rows that alias their sources.
 #include "kernels/crawl/CrawlKernels.h"
-#include "kernels/BestSet.h"
 #include "support/RowHarness.h"
 
 #include <climits>
@@ -30,12 +29,6 @@ std::vector<const CrawlSet*> Sets()
 {
     const CrawlSet* sets[Kernels::kTargetCount];
     return {sets, sets + Kernels::Runnable(Kernels::kCrawlSets, sets)};
-}
-
-// The variants this machine can run are built: an x86-64 build missing them is misconfigured.
-TEST(CrawlKernels, BestRunnableSetIsActive)
-{
-    kernels_test::ExpectBestSetActive("crawl", Kernels::kCrawlSets);
 }
 
 // The vector sets divide in floats: for every divisor s up to 65280 and quotient k up to

@@ -3,7 +3,6 @@
 // bytes around the row and rows that alias their sources.
 #include "kernels/mix/MixKernels.h"
 #include "PixelRoutinesLite.h"
-#include "kernels/BestSet.h"
 #include "stem.h"
 #include "support/RowHarness.h"
 
@@ -143,12 +142,6 @@ const std::vector<Member>& Members()
          {0}},
     };
     return members;
-}
-
-// The variants this machine can run are built: an x86-64 build missing them is misconfigured.
-TEST(MixKernels, BestRunnableSetIsActive)
-{
-    kernels_test::ExpectBestSetActive("mix", Kernels::kMixSets);
 }
 
 TEST(MixKernels, EveryVariantMatchesScalarOverItsParameters)

@@ -1,7 +1,6 @@
 // Every roll kernel set this CPU runs against the scalar set, bit for bit, with
 // scales and weights in range, faded, zero and out of range (where 32-bit sums wrap).
 #include "kernels/roll/RollKernels.h"
-#include "kernels/BestSet.h"
 #include "support/RowHarness.h"
 
 #include <climits>
@@ -18,11 +17,6 @@ std::vector<const RollSet*> Sets()
 {
     const RollSet* sets[Kernels::kTargetCount];
     return {sets, sets + Kernels::Runnable(Kernels::kRollSets, sets)};
-}
-
-TEST(RollKernels, BestRunnableSetIsActive)
-{
-    kernels_test::ExpectBestSetActive("roll", Kernels::kRollSets);
 }
 
 TEST(RollKernels, ScaledAlphaCopiesMatchScalarAtEveryScale)

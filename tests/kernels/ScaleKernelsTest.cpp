@@ -2,7 +2,6 @@
 // scale lists: each job reads exactly the footprint it is given, so a kernel
 // reading past it trips the sanitizers, and a pel written past the run shows.
 #include "kernels/scale/ScaleKernels.h"
-#include "kernels/BestSet.h"
 #include "support/Rng.h"
 
 #include <gtest/gtest.h>
@@ -200,13 +199,6 @@ TEST(ScaleKernels, WholeFramesMatchScalar)
             EXPECT_TRUE(out[0] == out[std::size_t(i)]) << sets[i]->name << " " << frame.h.in << "x"
                                                        << frame.v.in << " blocks " << frame.blocks;
     }
-}
-
-// The variant this machine can run is built and chosen: an x86-64 build
-// missing it is misconfigured, and one that never picks it wastes it.
-TEST(ScaleKernels, BestRunnableSetIsActive)
-{
-    kernels_test::ExpectBestSetActive("scale", Kernels::kScaleSets);
 }
 
 } // namespace

@@ -1,19 +1,22 @@
-// Every family's table: the sets this machine runs are all built, scalar
-// first, and the best of them is the active one.
-#ifndef FLOWER_TESTS_KERNELS_BESTSET_H
-#define FLOWER_TESTS_KERNELS_BESTSET_H
-
+// Every family's table, one row each: the sets this machine runs are all
+// built, scalar first, and the best of them is the active one. The test log
+// names the set each family chose.
 #include <gtest/gtest.h>
 
 #include <cstdio>
 
-#include "kernels/KernelSets.h"
+#include "kernels/channel/ChannelKernels.h"
+#include "kernels/composite/CompositKernels.h"
+#include "kernels/crawl/CrawlKernels.h"
+#include "kernels/mix/MixKernels.h"
+#include "kernels/roll/RollKernels.h"
+#include "kernels/scale/ScaleKernels.h"
 
-namespace kernels_test {
+namespace {
 
 // Whether this build holds `target` and this CPU runs it, found out apart from
 // the library's own detection.
-inline bool MachineRuns(Kernels::Target target)
+bool MachineRuns(Kernels::Target target)
 {
 #if defined(FLOWER_SCALAR_KERNELS_ONLY)
     return target == Kernels::kScalar;
@@ -39,10 +42,10 @@ inline bool MachineRuns(Kernels::Target target)
 #endif
 }
 
-// Also prints the family's choice, so that a test log says which set runs.
 template <class Set>
 void ExpectBestSetActive(const char* family, const Kernels::SetTable<Set>& table)
 {
+    SCOPED_TRACE(family);
     const Set* sets[Kernels::kTargetCount];
     const int count = Kernels::Runnable(table, sets);
     ASSERT_GE(count, 1);
@@ -56,6 +59,14 @@ void ExpectBestSetActive(const char* family, const Kernels::SetTable<Set>& table
     std::printf("%s kernels: %s\n", family, active.name);
 }
 
-} // namespace kernels_test
+TEST(KernelTables, BestRunnableSetIsActive)
+{
+    ExpectBestSetActive("channel", Kernels::kChannelSets);
+    ExpectBestSetActive("composite", Kernels::kCompositSets);
+    ExpectBestSetActive("crawl", Kernels::kCrawlSets);
+    ExpectBestSetActive("mix", Kernels::kMixSets);
+    ExpectBestSetActive("roll", Kernels::kRollSets);
+    ExpectBestSetActive("scale", Kernels::kScaleSets);
+}
 
-#endif
+} // namespace
