@@ -1,5 +1,6 @@
-// CPU detection for the kernel sets. Built with baseline flags: a file compiled with -mavx2 may use
-// AVX2 anywhere, including before the check that would have ruled it out.
+// CPU detection for the kernel sets. Built with baseline flags: a file compiled
+// with -mavx2 may use AVX2 anywhere, including before the check that would have
+// ruled it out.
 #include "flower_main/CpuFeatures.h"
 
 #if defined(__x86_64__) || defined(__i386__)
