@@ -1,16 +1,16 @@
 // Differential target: every runnable kernel set of each row-routine family
 // runs on the same rows and parameters as the family's scalar set, and the
 // first difference aborts with the inputs and both outputs. A new set joins
-// through its family's Runnable...Sets; a new family is one line in kFamilies.
+// through its family's table (Kernels::Runnable); a new family is one line in kFamilies.
 #include "FuzzSupport.h"
 
-#include "PixelRoutinesLite/CompositKernels.h"
-#include "PixelRoutinesLite/CrawlKernels.h"
-#include "PixelRoutinesLite/RollKernels.h"
-#include "channel/ChannelKernels.h"
 #include "florist.h"
-#include "florist/ScaleKernels.h"
-#include "stem/MixKernels.h"
+#include "kernels/channel/ChannelKernels.h"
+#include "kernels/composite/CompositKernels.h"
+#include "kernels/crawl/CrawlKernels.h"
+#include "kernels/mix/MixKernels.h"
+#include "kernels/roll/RollKernels.h"
+#include "kernels/scale/ScaleKernels.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -21,7 +21,7 @@
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-constexpr int kMaxSets = 8;
+constexpr int kMaxSets = Kernels::kTargetCount;
 constexpr int kMaxCount = 80;
 
 // Pels for `count` pels plus `extra`, decoded from the input, exact size so that
@@ -84,7 +84,7 @@ const char* C(const Bytes& b)
 void CompositFamily(Fuzz::Input& in)
 {
     const Kernels::CompositSet* sets[kMaxSets];
-    const int n = Kernels::RunnableCompositSets(sets);
+    const int n = Kernels::Runnable(Kernels::kCompositSets, sets);
     const int count = in.Range(0, kMaxCount);
     const bool inPlace = in.Bool();
     const Bytes bottom = Row(in, count), top = Row(in, count);
@@ -99,7 +99,7 @@ void CompositFamily(Fuzz::Input& in)
 void CrawlFamily(Fuzz::Input& in)
 {
     const Kernels::CrawlSet* sets[kMaxSets];
-    const int n = Kernels::RunnableCrawlSets(sets);
+    const int n = Kernels::Runnable(Kernels::kCrawlSets, sets);
     const int count = in.Range(0, kMaxCount);
     // Any fraction: the formulas are defined in wrapping weights for all of them.
     const int fraction = in.Bool() ? in.Range(0, 256) : int(in.U32());
@@ -118,7 +118,7 @@ void CrawlFamily(Fuzz::Input& in)
 void RollFamily(Fuzz::Input& in)
 {
     const Kernels::RollSet* sets[kMaxSets];
-    const int n = Kernels::RunnableRollSets(sets);
+    const int n = Kernels::Runnable(Kernels::kRollSets, sets);
     const int width = in.Range(0, kMaxCount);
     const u32 scale = in.Bool() ? u32(in.Range(0, 256)) : in.U32();
     int w[3];
@@ -143,7 +143,7 @@ void RollFamily(Fuzz::Input& in)
 void MixFamily(Fuzz::Input& in)
 {
     const Kernels::MixSet* sets[kMaxSets];
-    const int n = Kernels::RunnableMixSets(sets);
+    const int n = Kernels::Runnable(Kernels::kMixSets, sets);
     const int count = in.Range(0, kMaxCount);
     const bool inPlace = in.Bool();
     const std::uint32_t level = in.Bool() ? std::uint32_t(in.Range(0, 256)) : in.U32();
@@ -188,7 +188,7 @@ void MixFamily(Fuzz::Input& in)
 void ChannelFamily(Fuzz::Input& in)
 {
     const Kernels::ChannelSet* sets[kMaxSets];
-    const int n = Kernels::RunnableChannelSets(sets);
+    const int n = Kernels::Runnable(Kernels::kChannelSets, sets);
     const int count = in.Range(0, kMaxCount);
     const int byte = in.Range(0, 3);
     // Pels at any byte alignment: start 0..3 bytes into the block.
@@ -212,7 +212,7 @@ void ChannelFamily(Fuzz::Input& in)
 void ScaleFamily(Fuzz::Input& in)
 {
     const Kernels::ScaleSet* sets[kMaxSets];
-    const int n = Kernels::RunnableScaleSets(sets);
+    const int n = Kernels::Runnable(Kernels::kScaleSets, sets);
     const int inW = in.Range(1, 64), outW = in.Range(1, 64);
     const int inH = in.Range(1, 24), outH = in.Range(1, 24);
     std::vector<tagScaleList> horizontal(std::size_t(outW) + 1), vertical(std::size_t(outH) + 1);

@@ -1,13 +1,13 @@
 // The row kernel families and their members. Adding a member is one line:
 // its label and how it takes a set and the rows.
-#include "PixelRoutinesLite/CompositKernels.h"
-#include "PixelRoutinesLite/CrawlKernels.h"
-#include "PixelRoutinesLite/RollKernels.h"
 #include "Registry.h"
 #include "ScaleLists.h"
-#include "channel/ChannelKernels.h"
-#include "florist/ScaleKernels.h"
-#include "stem/MixKernels.h"
+#include "kernels/channel/ChannelKernels.h"
+#include "kernels/composite/CompositKernels.h"
+#include "kernels/crawl/CrawlKernels.h"
+#include "kernels/mix/MixKernels.h"
+#include "kernels/roll/RollKernels.h"
+#include "kernels/scale/ScaleKernels.h"
 
 namespace speed {
 
@@ -36,7 +36,7 @@ void RegisterComposit()
 {
     using S = Kernels::CompositSet;
     RegisterFamily<S>(
-        "composit", Kernels::RunnableCompositSets,
+        "composit", Kernels::kCompositSets,
         {
             {"composit", [](const S& s, const Rows& r) { s.composit(r.dst, r.picture, r.a, r.count); }, kAlsoWarm},
             {"compositOnOpaque", [](const S& s, const Rows& r) { s.compositOnOpaque(r.dst, r.picture, r.a, r.count); }},
@@ -53,7 +53,7 @@ void RegisterCrawl()
 {
     using S = Kernels::CrawlSet;
     RegisterFamily<S>(
-        "crawl", Kernels::RunnableCrawlSets,
+        "crawl", Kernels::kCrawlSets,
         {
             {"gradient", [](const S& s, const Rows& r) { s.gradient(r.dst, r.a, r.count, 0, kGradientStep); }},
             {"subpix", [](const S& s, const Rows& r) { s.subpix(r.dst, r.a, r.count, kFraction); }, kAlsoWarm},
@@ -67,7 +67,7 @@ void RegisterMix()
 {
     using S = Kernels::MixSet;
     RegisterFamily<S>(
-        "mix", Kernels::RunnableMixSets,
+        "mix", Kernels::kMixSets,
         {
             {"fade", [](const S& s, const Rows& r) { s.fade(r.dst, r.a, r.count, kLevel); }},
             {"add", [](const S& s, const Rows& r) { s.add(r.dst, r.a, r.b, r.count); }},
@@ -86,7 +86,7 @@ void RegisterRoll()
 {
     using S = Kernels::RollSet;
     RegisterFamily<S>(
-        "roll", Kernels::RunnableRollSets,
+        "roll", Kernels::kRollSets,
         {
             {"copyScaledAlpha", [](const S& s, const Rows& r) { s.copyScaledAlpha(r.dst, r.a, r.count, 200); }},
             {"mix2", [](const S& s, const Rows& r) { const char* const lines[2] = {r.a, r.ANeighbour(1)}; const int weights[2] = {kWeightA, kWeightB}; s.mix2(r.dst, lines, weights, r.count); }},
@@ -98,7 +98,7 @@ void RegisterChannel()
 {
     using S = Kernels::ChannelSet;
     RegisterFamily<S>(
-        "channel", Kernels::RunnableChannelSets,
+        "channel", Kernels::kChannelSets,
         {
             {"byteRow", [](const S& s, const Rows& r) { s.byteRow(Bytes(r), BytesOfA(r), r.count, 3); }},
             {"coveredLuminance", [](const S& s, const Rows& r) { s.coveredLuminance(Bytes(r), BytesOfA(r), r.count); }},
@@ -109,7 +109,7 @@ void RegisterChannel()
 void RegisterScale()
 {
     using S = Kernels::ScaleSet;
-    RegisterFamily<S>("scale", Kernels::RunnableScaleSets,
+    RegisterFamily<S>("scale", Kernels::kScaleSets,
                       {
                           {"produceRow", [](const S& s, const Rows& r) { s.produceRow(reinterpret_cast<Pel*>(r.dst), DownscaleJob(s, r)); }, kAlsoWarm},
                       });

@@ -8,10 +8,10 @@
 #include <string>
 
 #include "PixelRoutinesLite.h"
-#include "PixelRoutinesLite/CompositKernels.h"
-#include "PixelRoutinesLite/CrawlKernels.h"
 #include "Registry.h"
 #include "florist.h"
+#include "kernels/composite/CompositKernels.h"
+#include "kernels/crawl/CrawlKernels.h"
 #include "petal.h"
 #include "seed.h"
 
@@ -55,7 +55,7 @@ void CountFrame(benchmark::State& state, std::int64_t pels = std::int64_t(kWidth
 const Kernels::CompositSet* ScalarCompositSet()
 {
     const Kernels::CompositSet* sets[8] = {};
-    Kernels::RunnableCompositSets(sets);
+    Kernels::Runnable(Kernels::kCompositSets, sets);
     return sets[0];
 }
 
@@ -118,7 +118,7 @@ void CompositOnTranslucentPortable(benchmark::State& s, Content c)
 const Kernels::CrawlSet* ScalarCrawlSet()
 {
     const Kernels::CrawlSet* sets[8] = {};
-    Kernels::RunnableCrawlSets(sets);
+    Kernels::Runnable(Kernels::kCrawlSets, sets);
     return sets[0];
 }
 

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "Content.h"
+#include "kernels/KernelSets.h"
 
 namespace speed {
 
@@ -47,18 +48,16 @@ template <class Set> struct Member {
     Modes modes = kCachedOnly;
 };
 
-template <class Set> using RunnableSets = int (*)(const Set** out);
-
 void RunRows(benchmark::State& state, Content content, Mode mode,
              void (*run)(const void* set, const void* member, const Rows& rows), const void* set,
              const void* member);
 
 template <class Set>
-void RegisterFamily(const char* family, RunnableSets<Set> runnable,
+void RegisterFamily(const char* family, const Kernels::SetTable<Set>& table,
                     std::initializer_list<Member<Set>> members)
 {
-    const Set* sets[8] = {};
-    const int count = runnable(sets);
+    const Set* sets[Kernels::kTargetCount] = {};
+    const int count = Kernels::Runnable(table, sets);
     for (const Member<Set>& member : members)
         for (int s = 0; s < count; ++s)
             for (Content content : kContents)

@@ -3,7 +3,7 @@
 #define FLOWER_BENCH_SPEED_SCALELISTS_H
 
 #include "Registry.h"
-#include "florist/ScaleKernels.h"
+#include "kernels/scale/ScaleKernels.h"
 
 namespace speed {
 

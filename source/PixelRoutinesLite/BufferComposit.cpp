@@ -1,7 +1,7 @@
 // Portable buffer composite rows. Rows are raw bytes with no alignment promise.
-#include "PixelRoutinesLite/BufferTable.h"
 #include "PixelRoutinesLite.h"
-#include "PixelRoutinesLite/CompositKernels.h"
+#include "PixelRoutinesLite/BufferTable.h"
+#include "kernels/composite/CompositKernels.h"
 
 extern "C" {
 
@@ -19,7 +19,7 @@ int CEE_ScanlineCompositWithOpacity(char* dst, const char* bottom, const char* t
     if (bottomOpacity == 255 && topOpacity == 255)
         return BufferTable::CallSlotResult(1, ScanlineComposit, dst, bottom, top, count);
     if (count > 0)
-        Kernels::CompositSetFor(dst, count, bottom, top)
+        Kernels::ActiveFor(Kernels::kCompositSets, dst, count, bottom, top)
             .compositWithScaledAlphas(dst, bottom, top, count, bottomOpacity, topOpacity);
     return 1;
 }

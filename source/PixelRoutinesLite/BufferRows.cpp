@@ -6,7 +6,7 @@
 // arithmetic would.
 #include "PixelRoutinesLite.h"
 #include "PixelRoutinesLite/BufferTable.h"
-#include "stem/MixKernels.h"
+#include "kernels/mix/MixKernels.h"
 
 #include <cstring>
 
@@ -22,7 +22,7 @@ int CEE_ScanlineBlit(char* dst, const char* src, int count)
 
 int CEE_ScanlineBlitColour(char* dst, int count, int colour)
 {
-    Kernels::ActiveMixSet().fill(dst, count, static_cast<u32>(colour));
+    Kernels::Active(Kernels::kMixSets).fill(dst, count, static_cast<u32>(colour));
     return 1;
 }
 
@@ -30,14 +30,15 @@ int CEE_ScanlineBlitColour(char* dst, int count, int colour)
 int CEE_ScanlineCrossFade(char* dst, const char* srcA, const char* srcB, int count, int weightA,
                           int weightB)
 {
-    Kernels::MixSetFor(dst, srcA, srcB, count).crossFade(dst, srcA, srcB, count, weightA, weightB);
+    Kernels::ActiveFor(Kernels::kMixSets, dst, count, srcA, srcB)
+        .crossFade(dst, srcA, srcB, count, weightA, weightB);
     return 1;
 }
 
 int CEE_ScanlineShapedCrossFade(char* dst, const char* srcA, const char* srcB, int count,
                                 int weightA, int weightB)
 {
-    Kernels::MixSetFor(dst, srcA, srcB, count)
+    Kernels::ActiveFor(Kernels::kMixSets, dst, count, srcA, srcB)
         .shapedCrossFade(dst, srcA, srcB, count, weightA, weightB);
     return 1;
 }
@@ -46,13 +47,14 @@ int CEE_ScanlineShapedCrossFade(char* dst, const char* srcA, const char* srcB, i
 // to last; the scalar kernel is that order.
 int CEE_ScanlineFade(char* dst, const char* src, int count, int level)
 {
-    Kernels::MixSetFor(dst, src, nullptr, count).levelFade(dst, src, count, level);
+    Kernels::ActiveFor(Kernels::kMixSets, dst, count, src, nullptr)
+        .levelFade(dst, src, count, level);
     return 1;
 }
 
 int CEE_ScanlinePreMultAlpha(char* dst, const char* src, int count)
 {
-    Kernels::MixSetFor(dst, src, nullptr, count).preMultAlpha(dst, src, count);
+    Kernels::ActiveFor(Kernels::kMixSets, dst, count, src, nullptr).preMultAlpha(dst, src, count);
     return 1;
 }
 

@@ -10,7 +10,7 @@
 // it is refused whole, before anything is written.
 #include "PixelRoutinesLite.h"
 #include "PixelRoutinesLite/BufferTable.h"
-#include "PixelRoutinesLite/RollRows.h"
+#include "kernels/roll/RollKernels.h"
 
 #include <algorithm>
 #include <array>
@@ -108,11 +108,14 @@ template <std::size_t N, class LinesAt>
 void MixRolledRows(char* dst, int width, int height, int dstPitch, std::int64_t line, int lineStep,
                    LineWeights<N> weights, const FadeZones& zones, LinesAt linesAt)
 {
+    static_assert(N == 2 || N == 3, "the roll kernels mix two or three lines");
+    const auto mix = N == 2 ? Kernels::Active(Kernels::kRollSets).mix2
+                            : Kernels::Active(Kernels::kRollSets).mix3;
     const bool fades = zones.topFadeEnd > 0 || zones.bottomFadeStart < height;
     for (int row = 0; row < height; ++row) {
         if (fades)
             weights.Fade(EasedScale(zones.Factor(row)));
-        RollRows::MixLines(DestRow(dst, row, dstPitch), linesAt(line), weights.w, width);
+        mix(DestRow(dst, row, dstPitch), linesAt(line).data(), weights.w, width);
         line += lineStep;
     }
 }
@@ -172,7 +175,8 @@ int CEE_RollCopyData(char* dst, const char* src, int width, int height, int dstP
             if (Squared256Complement(fade) < 256u)
                 CopyRow(out, in, width);
             else
-                RollRows::CopyRowScaledAlpha(out, in, width, EasedScale(fade));
+                Kernels::Active(Kernels::kRollSets)
+                    .copyScaledAlpha(out, in, width, EasedScale(fade));
             line += lineStep;
         }
     });

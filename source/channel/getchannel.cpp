@@ -4,7 +4,7 @@
 
 #include "channel.h"
 #include "channel/ChannelInternal.h"
-#include "channel/ChannelKernels.h"
+#include "kernels/channel/ChannelKernels.h"
 
 using ChannelInternal::ChannelRow;
 
@@ -20,11 +20,11 @@ void ExtractRow(u8* dst, const u8* pels, i32 count, i32 which)
     case kGreen:
     case kRed:
     case kAlpha:
-        return Kernels::ActiveChannelSet().byteRow(dst, pels, count, which);
+        return Kernels::Active(Kernels::kChannelSets).byteRow(dst, pels, count, which);
     case kCoveredLuminance:
-        return Kernels::ActiveChannelSet().coveredLuminance(dst, pels, count);
+        return Kernels::Active(Kernels::kChannelSets).coveredLuminance(dst, pels, count);
     case kLuminance:
-        return Kernels::ActiveChannelSet().luminance(dst, pels, count);
+        return Kernels::Active(Kernels::kChannelSets).luminance(dst, pels, count);
     default:
         std::memset(dst, 0, std::size_t(count));
     }

@@ -1,13 +1,6 @@
 // Area-averaging (shrink) and two-tap linear (enlarge) scaling: the per-axis
-// scale lists, the row-streaming scaler and the layer front end.
-//
-// Per output pixel, over its footprint (rows first to last, columns first to
-// last; weight w = row weight x column weight):
-//     sumA += a.w;  sumC += c.a.w (c = b, g, r);  rest -= w   (rest starts at 1)
-// except that the bottom-right corner, when both a last row and a last column
-// exist, is read but not added; then the last pixel read is added once more
-// with weight `rest`. The order is the result: this file is built without
-// floating-point contraction.
+// scale lists, the row-streaming scaler and the layer front end. The sums of
+// each output pixel are the scale kernel family's.
 #include <algorithm>
 #include <climits>
 #include <cstdint>
@@ -17,9 +10,8 @@
 
 #include "florist.h"
 #include "florist/LayerRows.h"
-#include "florist/ScaleKernels.h"
+#include "kernels/scale/ScaleKernels.h"
 #include "stem.h"
-#include "thorn/CpuFeatures.h"
 
 using Florist::i64;
 
@@ -109,102 +101,6 @@ i32 Wrap(i64 index, i32 lineCount)
     return i32(index);
 }
 
-u32 ClampChannel(double v)
-{
-    if (v >= 255.0)
-        return 255;
-    if (v < 1.0)
-        return 0;
-    return u32(v);
-}
-
-struct Sums {
-    double a = 0, b = 0, g = 0, r = 0;
-
-    // b.a, g.a and r.a are products of 8-bit integers, exact in a double.
-    void Add(Pel p, double w)
-    {
-        const u32 alpha = PelAlpha(p);
-        a += double(alpha) * w;
-        b += double(PelBlue(p) * alpha) * w;
-        g += double(PelGreen(p) * alpha) * w;
-        r += double(PelRed(p) * alpha) * w;
-    }
-
-    Pel Result() const
-    {
-        const u32 alpha = ClampChannel(a);
-        if (alpha == 0)
-            return 0;
-        const double divisor = alpha;
-        return MakePel(ClampChannel(b / divisor), ClampChannel(g / divisor),
-                       ClampChannel(r / divisor), alpha);
-    }
-};
-
-// Taps of one axis for one output pixel: the first, `middle` whole ones, and a
-// last one when its weight is positive.
-struct Taps {
-    i32 middle;
-    bool hasLast;
-    double first, last;
-
-    explicit Taps(const tagScaleList& e)
-        : middle(e.count != -1 ? e.count : 0), hasLast(e.count != -1 && e.lastWeight > 0),
-          first(e.firstWeight), last(e.lastWeight)
-    {
-    }
-    i32 Total() const { return 1 + middle + (hasLast ? 1 : 0); }
-};
-
-// One footprint row. Each weight is rowWeight x column weight, as in the
-// reference order; hoisting the product out of the middle run changes nothing.
-inline void AddRow(Sums& sums, double& rest, const Pel* p, double rowWeight, const Taps& h,
-                   double hRatio, bool withCorner)
-{
-    double w = rowWeight * h.first;
-    sums.Add(p[0], w);
-    rest -= w;
-    w = rowWeight * hRatio;
-    for (i32 k = 1; k <= h.middle; ++k) {
-        sums.Add(p[k], w);
-        rest -= w;
-    }
-    if (h.hasLast && withCorner) {
-        w = rowWeight * h.last;
-        sums.Add(p[h.middle + 1], w);
-        rest -= w;
-    }
-}
-
-Pel FilterPel(const Kernels::ScaleRowJob& job, const Taps& v, i64 column, const Taps& h)
-{
-    Sums sums;
-    double rest = 1.0;
-    const double hRatio = job.hRatio;
-    AddRow(sums, rest, job.rows[0] + column, v.first, h, hRatio, true);
-    for (i32 i = 1; i <= v.middle; ++i)
-        AddRow(sums, rest, job.rows[i] + column, job.vRatio, h, hRatio, true);
-    if (v.hasLast)
-        AddRow(sums, rest, job.rows[v.middle + 1] + column, v.last, h, hRatio, false);
-    // The corner, when skipped, is still the last pixel read.
-    sums.Add(job.rows[v.Total() - 1][column + h.Total() - 1], rest);
-    return sums.Result();
-}
-
-// The reference: the vector sets are proven against this loop.
-void ProduceScalarRow(Pel* dst, const Kernels::ScaleRowJob& job)
-{
-    const Taps v(*job.vertical);
-    const tagScaleList* hEntry = job.horizontal;
-    // Every read position starts at column 0 and moves on together.
-    i64 column = 0;
-    for (i32 j = 0; j < job.count; ++j) {
-        dst[j] = FilterPel(job, v, column, Taps(hEntry[j]));
-        column += hEntry[j].advance;
-    }
-}
-
 // The active set's column layout of the current run, kept after the row
 // pointers: the horizontal taps are the same for every row of a run. The key
 // covers everything the layout derives from (lists follow from their sizes).
@@ -238,7 +134,7 @@ void* LayoutOf(ColumnCache& cache)
 // Room for the row pointers, the cache record and the layout of a whole row.
 const Pel** AllocateRowPointers(i32 lineCount, i32 outWidth)
 {
-    const Kernels::ScaleSet& set = Kernels::ActiveScaleSet();
+    const Kernels::ScaleSet& set = Kernels::Active(Kernels::kScaleSets);
     const std::size_t layout = set.columnBytes ? set.columnBytes(outWidth) : 0;
     const std::size_t head = RowPointerBytes(lineCount) + sizeof(ColumnCache);
     void* block = layout ? std::calloc(1, head + kLayoutAlign + layout) : nullptr;
@@ -281,7 +177,7 @@ void ProduceRow(Pel* dst, const ScanlineControl& ctl, const tagScaleList& vEntry
                              scale.horizontal[0].ratio,
                              ctl.runWidth,
                              nullptr};
-    const Kernels::ScaleSet& set = Kernels::ActiveScaleSet();
+    const Kernels::ScaleSet& set = Kernels::Active(Kernels::kScaleSets);
     job.columns = PreparedColumns(ctl, set, job);
     set.produceRow(dst, job);
 }
@@ -323,31 +219,6 @@ bool TakeCopiedLine(ScanlineControl& ctl, const Pel* src, const tagScaleList& v)
 }
 
 } // namespace
-
-const Kernels::ScaleSet Kernels::kScaleScalar = {"scalar", ProduceScalarRow, nullptr, nullptr};
-
-int Kernels::RunnableScaleSets(const ScaleSet* out[3])
-{
-    int n = 0;
-    out[n++] = &kScaleScalar;
-#if defined(FLOWER_X86_KERNELS)
-    if (CpuFeatures::HasAVX2())
-        out[n++] = &kScaleAVX2;
-    if (CpuFeatures::HasAVX512())
-        out[n++] = &kScaleAVX512;
-#endif
-    return n;
-}
-
-// Chosen on first use; a function-local static is safe at load time and race-free.
-const Kernels::ScaleSet& Kernels::ActiveScaleSet()
-{
-    static const ScaleSet* const active = [] {
-        const ScaleSet* sets[3];
-        return sets[RunnableScaleSets(sets) - 1];
-    }();
-    return *active;
-}
 
 extern "C" {
 

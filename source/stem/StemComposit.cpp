@@ -1,7 +1,7 @@
 // Portable composite row routines: the defaults of the compositing slots.
 #include "stem/StemRows.h"
 
-#include "PixelRoutinesLite/CompositKernels.h"
+#include "kernels/composite/CompositKernels.h"
 
 using namespace StemRows;
 
@@ -107,7 +107,7 @@ void Stem::CompositScanline(Pel* dst, const Pel* top, const Pel* bottom, int cou
 void Stem::CompositOnOpaqueScanline(Pel* dst, const Pel* top, const Pel* bottom, int count)
 {
     if (count > 0)
-        Kernels::CompositSetFor(dst, count, top, bottom)
+        Kernels::ActiveFor(Kernels::kCompositSets, dst, count, top, bottom)
             .compositOnOpaque(Bytes(dst), Bytes(bottom), Bytes(top), count);
 }
 
@@ -119,7 +119,8 @@ void Stem::CompositOnColourScanline(Pel* dst, const Pel* top, int count, Pel col
         return;
     if (PelAlpha(colour) == 0u)
         return Stem::MoveScanline(dst, top, count);
-    Kernels::CompositSetFor(dst, count, top).compositOnColour(Bytes(dst), Bytes(top), count, colour);
+    Kernels::ActiveFor(Kernels::kCompositSets, dst, count, top)
+        .compositOnColour(Bytes(dst), Bytes(top), count, colour);
 }
 
 void Stem::CompositColourOnScanline(Pel* dst, const Pel* bottom, int count, Pel colour)
@@ -128,7 +129,7 @@ void Stem::CompositColourOnScanline(Pel* dst, const Pel* bottom, int count, Pel 
         return;
     if (PelAlpha(colour) == 255u)
         return Stem::SetScanline(dst, count, colour);
-    Kernels::CompositSetFor(dst, count, bottom)
+    Kernels::ActiveFor(Kernels::kCompositSets, dst, count, bottom)
         .compositColourOn(Bytes(dst), Bytes(bottom), count, colour);
 }
 
@@ -138,7 +139,7 @@ void Stem::CompositColourOnOpaqueScanline(Pel* dst, const Pel* bottom, int count
         return;
     if (PelAlpha(colour) == 255u)
         return Stem::SetScanline(dst, count, colour);
-    Kernels::CompositSetFor(dst, count, bottom)
+    Kernels::ActiveFor(Kernels::kCompositSets, dst, count, bottom)
         .compositColourOnOpaque(Bytes(dst), Bytes(bottom), count, colour);
 }
 
@@ -173,7 +174,7 @@ void Stem::CompositWithOpacityScanline(Pel* dst, const Pel* top, const Pel* bott
     if (topOpacity == 255 && bottomOpacity == 255)
         return Stem::CompositScanline(dst, top, bottom, count);
     if (count > 0)
-        Kernels::CompositSetFor(dst, count, top, bottom)
+        Kernels::ActiveFor(Kernels::kCompositSets, dst, count, top, bottom)
             .compositWithOpacity(Bytes(dst), Bytes(bottom), Bytes(top), count, bottomOpacity,
                                  topOpacity);
 }
@@ -210,7 +211,7 @@ void Stem::CompositThreeScanlinesWithOpacity(Pel* dst, const Pel* top, const Pel
                                              unsigned char bottomOpacity)
 {
     if (count > 0)
-        Kernels::CompositSetFor(dst, count, top, middle, bottom)
+        Kernels::ActiveFor(Kernels::kCompositSets, dst, count, top, middle, bottom)
             .compositThree(Bytes(dst), Bytes(bottom), Bytes(middle), Bytes(top), count,
                            bottomOpacity, middleOpacity, topOpacity);
 }

@@ -2,7 +2,7 @@
 // defaults of their slots in the scanline table. Composites are in StemComposit.cpp;
 // the arithmetic of fades, mixes, channels and fills is the MixKernels family.
 #include "stem.h"
-#include "stem/MixKernels.h"
+#include "kernels/mix/MixKernels.h"
 
 #include <cstring>
 #include <utility>
@@ -35,7 +35,7 @@ void Stem::ClearScanline(Pel* dst, int count)
 
 void Stem::SetScanline(Pel* dst, int count, Pel colour)
 {
-    Kernels::ActiveMixSet().fill(Bytes(dst), count, colour);
+    Kernels::Active(Kernels::kMixSets).fill(Bytes(dst), count, colour);
 }
 
 void Stem::CopyScanline(Pel* dst, const Pel* src, int count)
@@ -53,34 +53,35 @@ void Stem::MoveScanline(Pel* dst, const Pel* src, int count)
 // The channel setters keep three channels and overwrite the fourth.
 void Stem::SetAlphaScanline(Pel* dst, int count, unsigned char value)
 {
-    Kernels::ActiveMixSet().setBits(Bytes(dst), count, 0x00FFFFFFu, u32(value) << 24);
+    Kernels::Active(Kernels::kMixSets).setBits(Bytes(dst), count, 0x00FFFFFFu, u32(value) << 24);
 }
 
 void Stem::SetRedScanline(Pel* dst, int count, unsigned char value)
 {
-    Kernels::ActiveMixSet().setBits(Bytes(dst), count, 0xFF00FFFFu, u32(value) << 16);
+    Kernels::Active(Kernels::kMixSets).setBits(Bytes(dst), count, 0xFF00FFFFu, u32(value) << 16);
 }
 
 void Stem::SetGreenScanline(Pel* dst, int count, unsigned char value)
 {
-    Kernels::ActiveMixSet().setBits(Bytes(dst), count, 0xFFFF00FFu, u32(value) << 8);
+    Kernels::Active(Kernels::kMixSets).setBits(Bytes(dst), count, 0xFFFF00FFu, u32(value) << 8);
 }
 
 void Stem::SetBlueScanline(Pel* dst, int count, unsigned char value)
 {
-    Kernels::ActiveMixSet().setBits(Bytes(dst), count, 0xFFFFFF00u, u32(value));
+    Kernels::Active(Kernels::kMixSets).setBits(Bytes(dst), count, 0xFFFFFF00u, u32(value));
 }
 
 void Stem::FadeScanline(Pel* dst, int count, unsigned char level)
 {
     if (level != 255)
-        Kernels::ActiveMixSet().fade(Bytes(dst), Bytes(dst), count, level);
+        Kernels::Active(Kernels::kMixSets).fade(Bytes(dst), Bytes(dst), count, level);
 }
 
 // Rows that overlap otherwise than exactly are faded first pel to last.
 void Stem::FadeCopyScanline(Pel* dst, const Pel* src, int count, unsigned char level)
 {
-    Kernels::MixSetFor(dst, src, nullptr, count).fade(Bytes(dst), Bytes(src), count, level);
+    Kernels::ActiveFor(Kernels::kMixSets, dst, count, src, nullptr)
+        .fade(Bytes(dst), Bytes(src), count, level);
 }
 
 // =============================================================================
@@ -103,18 +104,20 @@ void Stem::HorizontalFlipScanline(Pel* row, int count)
 // 256, never clamped.
 void Stem::AddScanline(Pel* dst, const Pel* src1, const Pel* src2, int count)
 {
-    Kernels::MixSetFor(dst, src1, src2, count).add(Bytes(dst), Bytes(src1), Bytes(src2), count);
+    Kernels::ActiveFor(Kernels::kMixSets, dst, count, src1, src2)
+        .add(Bytes(dst), Bytes(src1), Bytes(src2), count);
 }
 
 // No shortcut at the end levels: even level 0 goes through the truncating
 // table and takes one off every non-zero channel of an opaque src1.
 void Stem::BlendScanline(Pel* dst, const Pel* src1, const Pel* src2, int count, unsigned char level)
 {
-    Kernels::MixSetFor(dst, src1, src2, count)
+    Kernels::ActiveFor(Kernels::kMixSets, dst, count, src1, src2)
         .blend(Bytes(dst), Bytes(src1), Bytes(src2), count, level);
 }
 
 void Stem::MaxScanline(Pel* dst, const Pel* src1, const Pel* src2, int count)
 {
-    Kernels::MixSetFor(dst, src1, src2, count).max(Bytes(dst), Bytes(src1), Bytes(src2), count);
+    Kernels::ActiveFor(Kernels::kMixSets, dst, count, src1, src2)
+        .max(Bytes(dst), Bytes(src1), Bytes(src2), count);
 }

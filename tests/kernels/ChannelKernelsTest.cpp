@@ -1,7 +1,6 @@
 // Every channel kernel set this CPU runs against the scalar set, bit for bit:
 // seeded rows at every alignment, and one row holding every blue, green, red triple.
-#include "channel/ChannelKernels.h"
-#include "kernels/BestSet.h"
+#include "kernels/channel/ChannelKernels.h"
 #include "support/RowHarness.h"
 
 #include <string>
@@ -15,8 +14,8 @@ const support::RowChecks kRows = {1, true, true, false, 16, true};
 
 std::vector<const ChannelSet*> Sets()
 {
-    const ChannelSet* sets[4];
-    return {sets, sets + Kernels::RunnableChannelSets(sets)};
+    const ChannelSet* sets[Kernels::kTargetCount];
+    return {sets, sets + Kernels::Runnable(Kernels::kChannelSets, sets)};
 }
 
 u8* Bytes(R r, int k)
@@ -32,13 +31,6 @@ std::function<void(R, int, int)> Runner(const ChannelSet* set, int which)
     if (which == 4)
         return [set](R r, int n, int) { set->coveredLuminance(Bytes(r, 0), Bytes(r, 1), n); };
     return [set](R r, int n, int) { set->luminance(Bytes(r, 0), Bytes(r, 1), n); };
-}
-
-TEST(ChannelKernels, BestRunnableSetIsActive)
-{
-    const std::vector<const ChannelSet*> sets = Sets();
-    kernels_test::ExpectBestSetActive(sets.data(), int(sets.size()), Kernels::kChannelScalar,
-                                      Kernels::ActiveChannelSet(), false);
 }
 
 TEST(ChannelKernels, EveryVariantMatchesScalarForEachChannel)

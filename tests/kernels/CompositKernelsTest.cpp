@@ -1,8 +1,7 @@
 // Every composite kernel set this CPU runs against the scalar set, member by
 // member and bit for bit, including the bytes around the row and rows that
 // alias their sources.
-#include "PixelRoutinesLite/CompositKernels.h"
-#include "kernels/BestSet.h"
+#include "kernels/composite/CompositKernels.h"
 #include "support/RowHarness.h"
 
 #include <algorithm>
@@ -79,8 +78,8 @@ auto Runner(const CompositSet& set, const Member& m, Params p)
 
 std::vector<const CompositSet*> Variants()
 {
-    const CompositSet* sets[4];
-    const int n = Kernels::RunnableCompositSets(sets);
+    const CompositSet* sets[Kernels::kTargetCount];
+    const int n = Kernels::Runnable(Kernels::kCompositSets, sets);
     return std::vector<const CompositSet*>(sets + 1, sets + n);
 }
 
@@ -130,14 +129,6 @@ void CheckPairsPrefix(const std::string& name, int count, Run run, Want want)
     if (miss.first != got[0].end())
         ADD_FAILURE() << name << std::hex << ": pel " << (miss.first - got[0].begin()) << " got 0x"
                       << *miss.first << " want 0x" << *miss.second;
-}
-
-// The variants this machine can run are built: an x86-64 build missing them is misconfigured.
-TEST(CompositKernels, BestRunnableSetIsActive)
-{
-    const CompositSet* sets[4];
-    kernels_test::ExpectBestSetActive(sets, Kernels::RunnableCompositSets(sets),
-                                      Kernels::kCompositScalar, Kernels::ActiveCompositSet(), true);
 }
 
 TEST(CompositKernels, EveryMemberOfEveryVariantMatchesScalarOnSeededRows)
@@ -258,8 +249,9 @@ TEST(CompositKernels, PartlyOverlappingRowsTakeThePelByPelResult)
             const char* s[3] = {row + 64, row + 64, row + 64};
             s[source] = row + 64 + shift * 4;
             const bool partial = shift != 0 && shift > -16 && shift < 16;
-            EXPECT_EQ(&Kernels::CompositSetFor(row + 64, 16, s[0], s[1], s[2]),
-                      partial ? &Kernels::kCompositScalar : &Kernels::ActiveCompositSet())
+            EXPECT_EQ(&Kernels::ActiveFor(Kernels::kCompositSets, row + 64, 16, s[0], s[1], s[2]),
+                      partial ? &Kernels::kCompositScalar
+                              : &Kernels::Active(Kernels::kCompositSets))
                 << "source " << source << " shift " << shift;
         }
 }

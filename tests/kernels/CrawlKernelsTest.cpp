@@ -1,7 +1,6 @@
 // Every crawl kernel set this CPU runs against the scalar set, bit for bit,
 // including the bytes around the row and rows that alias their sources.
-#include "PixelRoutinesLite/CrawlKernels.h"
-#include "kernels/BestSet.h"
+#include "kernels/crawl/CrawlKernels.h"
 #include "support/RowHarness.h"
 
 #include <climits>
@@ -28,16 +27,8 @@ support::RowChecks Once()
 
 std::vector<const CrawlSet*> Sets()
 {
-    const CrawlSet* sets[4];
-    return {sets, sets + Kernels::RunnableCrawlSets(sets)};
-}
-
-// The variants this machine can run are built: an x86-64 build missing them is misconfigured.
-TEST(CrawlKernels, BestRunnableSetIsActive)
-{
-    const std::vector<const CrawlSet*> sets = Sets();
-    kernels_test::ExpectBestSetActive(sets.data(), int(sets.size()), Kernels::kCrawlScalar,
-                                      Kernels::ActiveCrawlSet(), true);
+    const CrawlSet* sets[Kernels::kTargetCount];
+    return {sets, sets + Kernels::Runnable(Kernels::kCrawlSets, sets)};
 }
 
 // The vector sets divide in floats: for every divisor s up to 65280 and quotient k up to

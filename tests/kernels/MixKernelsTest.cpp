@@ -1,9 +1,8 @@
 // Every fade, mix, channel and fill kernel set this CPU runs against the scalar
 // set, bit for bit, over each routine's whole parameter range, including the
 // bytes around the row and rows that alias their sources.
-#include "stem/MixKernels.h"
+#include "kernels/mix/MixKernels.h"
 #include "PixelRoutinesLite.h"
-#include "kernels/BestSet.h"
 #include "stem.h"
 #include "support/RowHarness.h"
 
@@ -22,8 +21,8 @@ const support::RowChecks kRows = {1, true, true, false, 16, true};
 
 std::vector<const MixSet*> Sets()
 {
-    const MixSet* sets[4];
-    return {sets, sets + Kernels::RunnableMixSets(sets)};
+    const MixSet* sets[Kernels::kTargetCount];
+    return {sets, sets + Kernels::Runnable(Kernels::kMixSets, sets)};
 }
 
 std::vector<int> Range(int first, int last)
@@ -143,14 +142,6 @@ const std::vector<Member>& Members()
          {0}},
     };
     return members;
-}
-
-// The variants this machine can run are built: an x86-64 build missing them is misconfigured.
-TEST(MixKernels, BestRunnableSetIsActive)
-{
-    const std::vector<const MixSet*> sets = Sets();
-    kernels_test::ExpectBestSetActive(sets.data(), int(sets.size()), Kernels::kMixScalar,
-                                      Kernels::ActiveMixSet(), true);
 }
 
 TEST(MixKernels, EveryVariantMatchesScalarOverItsParameters)

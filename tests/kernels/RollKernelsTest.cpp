@@ -1,7 +1,6 @@
 // Every roll kernel set this CPU runs against the scalar set, bit for bit, with
 // scales and weights in range, faded, zero and out of range (where 32-bit sums wrap).
-#include "PixelRoutinesLite/RollKernels.h"
-#include "kernels/BestSet.h"
+#include "kernels/roll/RollKernels.h"
 #include "support/RowHarness.h"
 
 #include <climits>
@@ -16,15 +15,8 @@ const support::RowChecks kRows = {1, true, true, false, 16, true};
 
 std::vector<const RollSet*> Sets()
 {
-    const RollSet* sets[4];
-    return {sets, sets + Kernels::RunnableRollSets(sets)};
-}
-
-TEST(RollKernels, BestRunnableSetIsActive)
-{
-    const std::vector<const RollSet*> sets = Sets();
-    kernels_test::ExpectBestSetActive(sets.data(), int(sets.size()), Kernels::kRollScalar,
-                                      Kernels::ActiveRollSet(), false);
+    const RollSet* sets[Kernels::kTargetCount];
+    return {sets, sets + Kernels::Runnable(Kernels::kRollSets, sets)};
 }
 
 TEST(RollKernels, ScaledAlphaCopiesMatchScalarAtEveryScale)
@@ -46,11 +38,12 @@ TEST(RollKernels, ScaledAlphaCopiesMatchScalarAtEveryScale)
 // zero, and out of range ones that leave the floats' exact domain.
 TEST(RollKernels, LineMixesMatchScalarForEveryKindOfWeight)
 {
-    const int two[][2] = {{256, 0}, {0, 256},  {128, 128}, {179, 77},    {0, 0},
-                          {50, 30}, {-1, 257}, {300, 0},   {INT_MIN, 5}, {255, 2}};
-    const int three[][3] = {{0, 256, 0}, {64, 128, 64}, {128, 0, 128},   {10, 20, 30},
-                            {0, 0, 0},   {-5, 200, 61}, {100, 100, 100}, {200, -100, 156},
-                            {1, 255, 0}, {0, 0, 256},   {INT_MAX, 1, 1}, {85, 85, 86}};
+    const int two[][2] = {{256, 0},  {0, 256}, {128, 128},   {179, 77}, {0, 0},     {50, 30},
+                          {-1, 257}, {300, 0}, {INT_MIN, 5}, {255, 2},  {256, 256}, {255, 200}};
+    const int three[][3] = {{0, 256, 0},   {64, 128, 64},  {128, 0, 128},   {10, 20, 30},
+                            {0, 0, 0},     {-5, 200, 61},  {100, 100, 100}, {200, -100, 156},
+                            {1, 255, 0},   {0, 0, 256},    {INT_MAX, 1, 1}, {85, 85, 86},
+                            {256, 256, 0}, {200, 200, 112}};
     const std::vector<const RollSet*> sets = Sets();
     for (std::size_t i = 1; i < sets.size(); ++i) {
         const std::string name = sets[i]->name;

@@ -1,8 +1,7 @@
 // Every scaler set this CPU runs against the scalar set, bit for bit, on real
 // scale lists: each job reads exactly the footprint it is given, so a kernel
 // reading past it trips the sanitizers, and a pel written past the run shows.
-#include "florist/ScaleKernels.h"
-#include "kernels/BestSet.h"
+#include "kernels/scale/ScaleKernels.h"
 #include "support/Rng.h"
 
 #include <gtest/gtest.h>
@@ -110,8 +109,8 @@ const Axis kAxes[] = {{1, 1},   {1, 7},   {7, 1},   {5, 5},   {2, 3},    {3, 2},
 
 TEST(ScaleKernels, EveryVariantMatchesScalarOnSeededFootprints)
 {
-    const ScaleSet* sets[3];
-    const int n = Kernels::RunnableScaleSets(sets);
+    const ScaleSet* sets[Kernels::kTargetCount];
+    const int n = Kernels::Runnable(Kernels::kScaleSets, sets);
     support::Rng rng(2024);
     const Pel guard = 0xDEADBEEF;
     const Content contents[] = {Content::random, Content::flat, Content::palette};
@@ -155,8 +154,8 @@ TEST(ScaleKernels, EveryVariantMatchesScalarOnSeededFootprints)
 // by row as the scaler streams it: a random picture, then one of flat blocks.
 TEST(ScaleKernels, WholeFramesMatchScalar)
 {
-    const ScaleSet* sets[3];
-    const int n = Kernels::RunnableScaleSets(sets);
+    const ScaleSet* sets[Kernels::kTargetCount];
+    const int n = Kernels::Runnable(Kernels::kScaleSets, sets);
     support::Rng rng(77);
     struct Frame {
         Axis h, v;
@@ -200,17 +199,6 @@ TEST(ScaleKernels, WholeFramesMatchScalar)
             EXPECT_TRUE(out[0] == out[std::size_t(i)]) << sets[i]->name << " " << frame.h.in << "x"
                                                        << frame.v.in << " blocks " << frame.blocks;
     }
-}
-
-// The variant this machine can run is built and chosen: an x86-64 build
-// missing it is misconfigured, and one that never picks it wastes it.
-TEST(ScaleKernels, BestRunnableSetIsActive)
-{
-    const ScaleSet* sets[3];
-    const int n = Kernels::RunnableScaleSets(sets);
-    kernels_test::ExpectBestSetActive(sets, n, Kernels::kScaleScalar, Kernels::ActiveScaleSet(),
-                                      false);
-    EXPECT_EQ(std::string(sets[n - 1]->name), n == 3 ? "avx512" : n == 2 ? "avx2" : "scalar");
 }
 
 } // namespace

@@ -1,0 +1,737 @@
+// The thin vector layer beneath every family's generic vector source.
+//
+// Included only by a family's `<Family>Vector.cpp`, which is compiled once per
+// target with that target's flags and FLOWER_KERNEL_TARGET naming it (sse2,
+// avx2, avx512, neon). Everything here lives in Kernels::<target>, and no
+// header with inline functions of external linkage is included after the
+// intrinsics: a wider copy of an inline function could otherwise be the one
+// the linker keeps for every caller.
+//
+// `V` is one register of 32-bit lanes, `F` of floats, kPels lanes each. The
+// arithmetic operators of the compilers' vector extensions work on them
+// directly (wrapping, lane by lane); the helpers below add what the operators
+// lack, named by their lane shape (...8, ...16, ...32). Byte and 16-bit
+// shuffles, unpacks and packs work within each 128-bit block, as x86 defines
+// them: an unpack and the matching pack restore the pel order.
+#ifndef FLOWER_SOURCE_LANES_H
+#define FLOWER_SOURCE_LANES_H
+
+#ifndef FLOWER_KERNEL_TARGET
+#error "Lanes.h belongs to a family's vector source, compiled per target"
+#endif
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#if defined(__AVX512BW__) || defined(__AVX2__) || defined(__SSE2__)
+#include <immintrin.h>
+#define FLOWER_LANES_X86 1
+#elif defined(__ARM_NEON)
+#include <arm_neon.h>
+#define FLOWER_LANES_NEON 1
+#else
+#error "no vector target"
+#endif
+
+// For the per-block functions of the vector sources: a block's registers stay
+// registers only when the whole block is inlined into its row loop, which
+// GCC's size heuristics do not always choose by themselves.
+#define FLOWER_BLOCK inline __attribute__((always_inline))
+
+namespace Kernels {
+namespace FLOWER_KERNEL_TARGET {
+
+using u8 = std::uint8_t;
+using u16 = std::uint16_t;
+using u32 = std::uint32_t;
+
+#if defined(__AVX512BW__)
+constexpr int kBytes = 64;
+#elif defined(__AVX2__)
+constexpr int kBytes = 32;
+#else
+constexpr int kBytes = 16;
+#endif
+constexpr int kPels = kBytes / 4;
+// Whether 32-bit lane products are one instruction; SSE2 builds them from
+// several, which loses to the scalar loop where that returns early.
+#if defined(__AVX2__) || defined(FLOWER_LANES_NEON)
+constexpr bool kFastProducts32 = true;
+#else
+constexpr bool kFastProducts32 = false;
+#endif
+
+typedef u32 V __attribute__((vector_size(kBytes)));
+typedef std::int32_t I __attribute__((vector_size(kBytes)));
+typedef u16 W __attribute__((vector_size(kBytes)));
+typedef std::int16_t SW __attribute__((vector_size(kBytes)));
+typedef u8 B __attribute__((vector_size(kBytes)));
+typedef float F __attribute__((vector_size(kBytes)));
+
+// --- memory and constants ------------------------------------------------------
+
+FLOWER_BLOCK const char* At(const char* row, int index)
+{
+    return row + std::ptrdiff_t(index) * 4;
+}
+
+FLOWER_BLOCK char* At(char* row, int index)
+{
+    return row + std::ptrdiff_t(index) * 4;
+}
+
+// Pels index..index + kPels - 1 of a row with no alignment promise.
+FLOWER_BLOCK V Load(const char* row, int index)
+{
+    V v;
+    std::memcpy(&v, At(row, index), sizeof v);
+    return v;
+}
+
+FLOWER_BLOCK void Store(char* row, int index, V pels)
+{
+    std::memcpy(At(row, index), &pels, sizeof pels);
+}
+
+FLOWER_BLOCK V Splat32(u32 x)
+{
+    return V{} + x;
+}
+
+FLOWER_BLOCK V Splat16(u16 x)
+{
+    return V(W{} + x);
+}
+
+FLOWER_BLOCK F SplatF(float x)
+{
+    return F{} + x;
+}
+
+// 0, 1, 2, ... kPels - 1.
+FLOWER_BLOCK V Ramp32()
+{
+    V v{};
+    for (int i = 0; i < kPels; ++i)
+        v[i] = u32(i);
+    return v;
+}
+
+// --- 32-bit lanes -------------------------------------------------------------
+
+FLOWER_BLOCK V Sar32(V v, int n)
+{
+    return V(I(v) >> n);
+}
+
+FLOWER_BLOCK V MinSigned32(V a, V b);
+FLOWER_BLOCK V MinUnsigned32(V a, V b);
+FLOWER_BLOCK V MaxUnsigned32(V a, V b);
+
+FLOWER_BLOCK F ToFloat(V v)
+{
+    return __builtin_convertvector(I(v), F);
+}
+
+// Truncating, for values that fit a signed 32-bit lane.
+FLOWER_BLOCK V Truncate(F f)
+{
+    return V(__builtin_convertvector(f, I));
+}
+
+// Pel (alpha) byte of each lane, and its colour bytes with another alpha.
+FLOWER_BLOCK V Alphas(V pels)
+{
+    return pels >> 24;
+}
+
+FLOWER_BLOCK V WithAlphas(V colour, V alpha)
+{
+    return (colour & 0x00FFFFFFu) | alpha << 24;
+}
+
+// --- 16-bit lanes -------------------------------------------------------------
+
+FLOWER_BLOCK V Add16(V a, V b)
+{
+    return V(W(a) + W(b));
+}
+
+FLOWER_BLOCK V Sub16(V a, V b)
+{
+    return V(W(a) - W(b));
+}
+
+FLOWER_BLOCK V Mul16(V a, V b)
+{
+    return V(W(a) * W(b));
+}
+
+FLOWER_BLOCK V Shr16(V v, int n)
+{
+    return V(W(v) >> n);
+}
+
+// All ones in the 16-bit lanes where a == b.
+FLOWER_BLOCK V Eq16(V a, V b)
+{
+    return V(W(a) == W(b));
+}
+
+// DivideBy255 in 16-bit lanes, x <= 65025: ((x + 128) * 257) >> 16.
+FLOWER_BLOCK V MulHigh16(V a, V b);
+FLOWER_BLOCK V DivideBy255x16(V x)
+{
+    return MulHigh16(Add16(x, Splat16(128)), Splat16(257));
+}
+
+// --- per-pel masks --------------------------------------------------------------
+//
+// A PelMask holds one flag per 32-bit lane: mask bits on AVX-512, lanes of all
+// ones elsewhere. Combine them with And, Or and AndNot.
+
+#if defined(__AVX512BW__)
+typedef __mmask16 PelMask;
+
+FLOWER_BLOCK PelMask Eq32(V a, V b)
+{
+    return _mm512_cmpeq_epi32_mask(__m512i(a), __m512i(b));
+}
+
+FLOWER_BLOCK PelMask GreaterSigned32(V a, V b)
+{
+    return _mm512_cmpgt_epi32_mask(__m512i(a), __m512i(b));
+}
+
+FLOWER_BLOCK PelMask NonZero32(V a)
+{
+    return _mm512_test_epi32_mask(__m512i(a), __m512i(a));
+}
+
+FLOWER_BLOCK PelMask GreaterEqualF(F a, F b)
+{
+    return _mm512_cmp_ps_mask(__m512(a), __m512(b), _CMP_GE_OQ);
+}
+
+FLOWER_BLOCK PelMask And(PelMask a, PelMask b)
+{
+    return PelMask(a & b);
+}
+
+FLOWER_BLOCK PelMask Or(PelMask a, PelMask b)
+{
+    return PelMask(a | b);
+}
+
+// ~a & b.
+FLOWER_BLOCK PelMask AndNot(PelMask a, PelMask b)
+{
+    return PelMask(~a & b);
+}
+
+FLOWER_BLOCK PelMask AllPels()
+{
+    return PelMask(0xFFFF);
+}
+
+FLOWER_BLOCK bool All(PelMask m)
+{
+    return m == AllPels();
+}
+
+FLOWER_BLOCK bool None(PelMask m)
+{
+    return m == 0;
+}
+
+FLOWER_BLOCK V Select(PelMask m, V ifSet, V ifClear)
+{
+    return V(_mm512_mask_blend_epi32(m, __m512i(ifClear), __m512i(ifSet)));
+}
+
+// ifSet where m, 0 elsewhere.
+FLOWER_BLOCK V Keep(PelMask m, V ifSet)
+{
+    return V(_mm512_maskz_mov_epi32(m, __m512i(ifSet)));
+}
+
+// Stores the pels of m; the others may be rewritten with what the row holds.
+FLOWER_BLOCK void StoreWhere(char* row, int index, V pels, PelMask m)
+{
+    _mm512_mask_storeu_epi32(At(row, index), m, __m512i(pels));
+}
+#else
+typedef V PelMask;
+
+FLOWER_BLOCK PelMask Eq32(V a, V b)
+{
+    return V(a == b);
+}
+
+FLOWER_BLOCK PelMask GreaterSigned32(V a, V b)
+{
+    return V(I(a) > I(b));
+}
+
+FLOWER_BLOCK PelMask NonZero32(V a)
+{
+    return V(a != 0u);
+}
+
+FLOWER_BLOCK PelMask GreaterEqualF(F a, F b)
+{
+    return V(a >= b);
+}
+
+FLOWER_BLOCK PelMask And(PelMask a, PelMask b)
+{
+    return a & b;
+}
+
+FLOWER_BLOCK PelMask Or(PelMask a, PelMask b)
+{
+    return a | b;
+}
+
+FLOWER_BLOCK PelMask AndNot(PelMask a, PelMask b)
+{
+    return ~a & b;
+}
+
+FLOWER_BLOCK PelMask AllPels()
+{
+    return ~V{};
+}
+
+FLOWER_BLOCK bool All(PelMask m);
+FLOWER_BLOCK bool None(PelMask m);
+
+FLOWER_BLOCK V Select(PelMask m, V ifSet, V ifClear)
+{
+    return I(m) != 0 ? ifSet : ifClear;
+}
+
+FLOWER_BLOCK V Keep(PelMask m, V ifSet)
+{
+    return m & ifSet;
+}
+
+FLOWER_BLOCK void StoreWhere(char* row, int index, V pels, PelMask m)
+{
+    if (!None(m))
+        Store(row, index, pels);
+}
+#endif
+
+// Where a 16-bit lane of m is all ones, ifSet; elsewhere ifClear.
+FLOWER_BLOCK V Select16(V m, V ifSet, V ifClear)
+{
+#if defined(__AVX2__) && !defined(__AVX512BW__)
+    return V(_mm256_blendv_epi8(__m256i(ifClear), __m256i(ifSet), __m256i(m)));
+#else
+    return (m & ifSet) | (~m & ifClear);
+#endif
+}
+
+// --- target operations ------------------------------------------------------------
+
+#if defined(FLOWER_LANES_X86)
+
+#if defined(__AVX512BW__)
+#define FLOWER_X(op) _mm512_##op
+#define FLOWER_XI(op) _mm512_##op##_si512
+typedef __m512i X;
+#elif defined(__AVX2__)
+#define FLOWER_X(op) _mm256_##op
+#define FLOWER_XI(op) _mm256_##op##_si256
+typedef __m256i X;
+#else
+#define FLOWER_X(op) _mm_##op
+#define FLOWER_XI(op) _mm_##op##_si128
+typedef __m128i X;
+#endif
+
+FLOWER_BLOCK V MulHigh16(V a, V b)
+{
+    return V(FLOWER_X(mulhi_epu16)(X(a), X(b)));
+}
+
+#if defined(__AVX2__)
+FLOWER_BLOCK V MinSigned32(V a, V b)
+{
+    return V(FLOWER_X(min_epi32)(X(a), X(b)));
+}
+
+FLOWER_BLOCK V MinUnsigned32(V a, V b)
+{
+    return V(FLOWER_X(min_epu32)(X(a), X(b)));
+}
+
+FLOWER_BLOCK V MaxUnsigned32(V a, V b)
+{
+    return V(FLOWER_X(max_epu32)(X(a), X(b)));
+}
+#else
+FLOWER_BLOCK V MinSigned32(V a, V b)
+{
+    return I(a) < I(b) ? a : b;
+}
+
+FLOWER_BLOCK V MinUnsigned32(V a, V b)
+{
+    return a < b ? a : b;
+}
+
+FLOWER_BLOCK V MaxUnsigned32(V a, V b)
+{
+    return a > b ? a : b;
+}
+#endif
+
+// Bytes 0-7 (LowBytes) or 8-15 (HighBytes) of each block, widened to 16 bits.
+FLOWER_BLOCK V LowBytes(V v)
+{
+    return V(FLOWER_X(unpacklo_epi8)(X(v), X{}));
+}
+
+FLOWER_BLOCK V HighBytes(V v)
+{
+    return V(FLOWER_X(unpackhi_epi8)(X(v), X{}));
+}
+
+// Bytes of a and b interleaved: a0 b0 a1 b1 ... from the low (high) half of each block.
+FLOWER_BLOCK V InterleaveLow8(V a, V b)
+{
+    return V(FLOWER_X(unpacklo_epi8)(X(a), X(b)));
+}
+
+FLOWER_BLOCK V InterleaveHigh8(V a, V b)
+{
+    return V(FLOWER_X(unpackhi_epi8)(X(a), X(b)));
+}
+
+// 16-bit lanes of 0..255 back to bytes: LowBytes and HighBytes undone.
+FLOWER_BLOCK V Pack16(V low, V high)
+{
+    return V(FLOWER_X(packus_epi16)(X(low), X(high)));
+}
+
+// 32-bit lanes of 0..32767 to 16-bit lanes, low's pels before high's in each block.
+FLOWER_BLOCK V Pack32(V low, V high)
+{
+    return V(FLOWER_X(packs_epi32)(X(low), X(high)));
+}
+
+// a0*b0 + a1*b1 of each pair of signed 16-bit lanes, in 32 bits.
+FLOWER_BLOCK V MulAddPairs16(V a, V b)
+{
+    return V(FLOWER_X(madd_epi16)(X(a), X(b)));
+}
+
+// Word 3 of each pel (its alpha, widened) into the pel's four 16-bit lanes.
+FLOWER_BLOCK V SpreadWord3(V words)
+{
+    return V(FLOWER_X(shufflehi_epi16)(FLOWER_X(shufflelo_epi16)(X(words), 0xFF), 0xFF));
+}
+
+// Word 3 of each pel (of 16-bit lanes) replaced by `value`.
+FLOWER_BLOCK V WithWord3(V words, u16 value)
+{
+#if defined(__AVX512BW__)
+    return V(_mm512_mask_blend_epi16(0x88888888u, X(words), _mm512_set1_epi16(short(value))));
+#elif defined(__AVX2__)
+    return V(_mm256_blend_epi16(X(words), _mm256_set1_epi16(short(value)), 0x88));
+#else
+    const V odd = V((Ramp32() & 1u) != 0u); // the lanes of words 2 and 3
+    return (words & ~(odd & 0xFFFF0000u)) | (odd & (u32(value) << 16));
+#endif
+}
+
+// Low words of the first (LowPelWords) or last (HighPelWords) two pels of each
+// block, each in four 16-bit lanes: the layout of LowBytes and HighBytes.
+#if defined(__AVX2__)
+// One byte shuffle: words 0 and 2 (LowPelWords) or 4 and 6 of each block, x4.
+FLOWER_BLOCK V PelWords(V v, u32 first, u32 second)
+{
+    V pick{};
+    for (int i = 0; i < kPels; ++i)
+        pick[i] = (i & 2) != 0 ? second : first;
+    return V(FLOWER_X(shuffle_epi8)(X(v), X(pick)));
+}
+
+FLOWER_BLOCK V LowPelWords(V v)
+{
+    return PelWords(v, 0x01000100u, 0x05040504u);
+}
+
+FLOWER_BLOCK V HighPelWords(V v)
+{
+    return PelWords(v, 0x09080908u, 0x0D0C0D0Cu);
+}
+#else
+FLOWER_BLOCK V LowPelWords(V v)
+{
+    const X pairs = FLOWER_X(shufflelo_epi16)(X(v), 0xA0);
+    return V(FLOWER_X(unpacklo_epi16)(pairs, pairs));
+}
+
+FLOWER_BLOCK V HighPelWords(V v)
+{
+    const X pairs = FLOWER_X(shufflehi_epi16)(X(v), 0xA0);
+    return V(FLOWER_X(unpackhi_epi16)(pairs, pairs));
+}
+#endif
+
+// Pel k of each block in all four of its lanes.
+template <int k> FLOWER_BLOCK V SpreadPel(V v)
+{
+#if defined(__AVX512BW__)
+    return V(_mm512_shuffle_epi32(X(v), _MM_PERM_ENUM(k * 0x55)));
+#else
+    return V(FLOWER_X(shuffle_epi32)(X(v), k * 0x55));
+#endif
+}
+
+// Byte k of every pel, zero-extended.
+template <int k> FLOWER_BLOCK V PelByte(V pels)
+{
+#if defined(__AVX2__)
+    const V pick = Splat32(0x80808000u | k) + (Ramp32() & 3u) * 4u;
+    return V(FLOWER_X(shuffle_epi8)(X(pels), X(pick)));
+#else
+    return (pels >> (8 * k)) & 0xFFu;
+#endif
+}
+
+// table[index] per lane.
+FLOWER_BLOCK V Gather32(const u32* table, V index)
+{
+#if defined(__AVX512BW__)
+    return V(_mm512_i32gather_epi32(X(index), table, 4));
+#elif defined(__AVX2__)
+    return V(_mm256_i32gather_epi32(reinterpret_cast<const int*>(table), X(index), 4));
+#else
+    V v;
+    for (int i = 0; i < kPels; ++i)
+        v[i] = table[index[i]];
+    return v;
+#endif
+}
+
+// Below 1/x by less than 2^-9 of it, for x >= 1.
+FLOWER_BLOCK F ReciprocalBelow(F x)
+{
+#if defined(__AVX512BW__)
+    // rcp14: error below 2^-14.
+    return F(_mm512_rcp14_ps(__m512(x))) * (1.0f - 1.0f / 8192.0f);
+#else
+// rcp: error below 1.5 * 2^-12.
+#if defined(__AVX2__)
+    return F(_mm256_rcp_ps(__m256(x))) * (1.0f - 1.0f / 1024.0f);
+#else
+    return F(_mm_rcp_ps(__m128(x))) * (1.0f - 1.0f / 1024.0f);
+#endif
+#endif
+}
+
+// The low byte of each lane, kPels bytes; lanes hold 0..255.
+FLOWER_BLOCK void StoreLowBytes(u8* dst, V v)
+{
+#if defined(__AVX512BW__)
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm512_cvtepi32_epi8(X(v)));
+#elif defined(__AVX2__)
+    const X bytes = _mm256_packus_epi16(_mm256_packs_epi32(X(v), X(v)), X{});
+    const X ordered = _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 0, 0, 0, 0, 0, 0));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), _mm256_castsi256_si128(ordered));
+#else
+    const X bytes = _mm_packus_epi16(_mm_packs_epi32(X(v), X(v)), X{});
+    const int four = _mm_cvtsi128_si32(bytes);
+    std::memcpy(dst, &four, 4);
+#endif
+}
+
+// Byte `byte` (0..3) of every pel, kPels bytes.
+FLOWER_BLOCK void StorePelBytes(u8* dst, V pels, int byte)
+{
+#if defined(__AVX512BW__)
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm512_cvtepi32_epi8(X(pels >> (8 * byte))));
+#elif defined(__AVX2__)
+    // Each block gathers the byte of its four pels into its low dword; dwords 0
+    // and 4 then make the eight bytes. Indices with the top bit set give zero.
+    const X pick =
+        _mm256_add_epi8(_mm256_set1_epi32(int(0x0C080400u)), _mm256_set1_epi8(char(byte)));
+    const X bytes = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(X(pels), pick),
+                                                _mm256_setr_epi32(0, 4, 0, 0, 0, 0, 0, 0));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), _mm256_castsi256_si128(bytes));
+#else
+    StoreLowBytes(dst, (pels >> (8 * byte)) & 0xFFu);
+#endif
+}
+
+#if !defined(__AVX512BW__)
+FLOWER_BLOCK bool All(PelMask m)
+{
+    return FLOWER_X(movemask_epi8)(X(m)) == int((1ull << kBytes) - 1);
+}
+
+FLOWER_BLOCK bool None(PelMask m)
+{
+    return FLOWER_X(movemask_epi8)(X(m)) == 0;
+}
+#endif
+
+#undef FLOWER_X
+#undef FLOWER_XI
+
+#endif // FLOWER_LANES_X86
+
+#if defined(FLOWER_LANES_NEON)
+
+// One 128-bit block: the x86 operations' results, lane for lane.
+
+FLOWER_BLOCK uint8x16_t Bytes8(V v)
+{
+    return (uint8x16_t)v;
+}
+
+FLOWER_BLOCK V MulHigh16(V a, V b)
+{
+    const uint16x8_t x = (uint16x8_t)a, y = (uint16x8_t)b;
+    const uint32x4_t lo = vmull_u16(vget_low_u16(x), vget_low_u16(y));
+    const uint32x4_t hi = vmull_high_u16(x, y);
+    return V(vuzp2q_u16((uint16x8_t)lo, (uint16x8_t)hi));
+}
+
+FLOWER_BLOCK V LowBytes(V v)
+{
+    return V(vzip1q_u8(Bytes8(v), vdupq_n_u8(0)));
+}
+
+FLOWER_BLOCK V HighBytes(V v)
+{
+    return V(vzip2q_u8(Bytes8(v), vdupq_n_u8(0)));
+}
+
+FLOWER_BLOCK V InterleaveLow8(V a, V b)
+{
+    return V(vzip1q_u8(Bytes8(a), Bytes8(b)));
+}
+
+FLOWER_BLOCK V InterleaveHigh8(V a, V b)
+{
+    return V(vzip2q_u8(Bytes8(a), Bytes8(b)));
+}
+
+FLOWER_BLOCK V Pack16(V low, V high)
+{
+    return V(vqmovun_high_s16(vqmovun_s16((int16x8_t)low), (int16x8_t)high));
+}
+
+FLOWER_BLOCK V Pack32(V low, V high)
+{
+    return V(vqmovn_high_s32(vqmovn_s32((int32x4_t)low), (int32x4_t)high));
+}
+
+FLOWER_BLOCK V MulAddPairs16(V a, V b)
+{
+    const int16x8_t x = (int16x8_t)a, y = (int16x8_t)b;
+    const int32x4_t lo = vmull_s16(vget_low_s16(x), vget_low_s16(y));
+    return V(vpaddq_s32(lo, vmull_high_s16(x, y)));
+}
+
+// Bytes of v picked by four 32-bit lanes of indices; 0xFF gives zero.
+FLOWER_BLOCK V PickBytes(V v, u32 i0, u32 i1, u32 i2, u32 i3)
+{
+    const V pick = {i0, i1, i2, i3};
+    return V(vqtbl1q_u8(Bytes8(v), Bytes8(pick)));
+}
+
+FLOWER_BLOCK V SpreadWord3(V words)
+{
+    return PickBytes(words, 0x07060706u, 0x07060706u, 0x0F0E0F0Eu, 0x0F0E0F0Eu);
+}
+
+FLOWER_BLOCK V LowPelWords(V v)
+{
+    return PickBytes(v, 0x01000100u, 0x01000100u, 0x05040504u, 0x05040504u);
+}
+
+FLOWER_BLOCK V HighPelWords(V v)
+{
+    return PickBytes(v, 0x09080908u, 0x09080908u, 0x0D0C0D0Cu, 0x0D0C0D0Cu);
+}
+
+template <int k> FLOWER_BLOCK V SpreadPel(V v)
+{
+    return V(vdupq_laneq_u32((uint32x4_t)v, k));
+}
+
+FLOWER_BLOCK V WithWord3(V words, u16 value)
+{
+    return V(vsetq_lane_u16(value, vsetq_lane_u16(value, (uint16x8_t)words, 3), 7));
+}
+
+template <int k> FLOWER_BLOCK V PelByte(V pels)
+{
+    return PickBytes(pels, 0xFFFFFF00u | k, 0xFFFFFF04u | k, 0xFFFFFF08u | k, 0xFFFFFF0Cu | k);
+}
+
+FLOWER_BLOCK V Gather32(const u32* table, V index)
+{
+    return V{table[index[0]], table[index[1]], table[index[2]], table[index[3]]};
+}
+
+// The estimate (error below 2^-8) and one Newton step: error below 2^-15.
+FLOWER_BLOCK F ReciprocalBelow(F x)
+{
+    const float32x4_t estimate = vrecpeq_f32((float32x4_t)x);
+    const float32x4_t refined = vmulq_f32(estimate, vrecpsq_f32((float32x4_t)x, estimate));
+    return F(refined) * (1.0f - 1.0f / 8192.0f);
+}
+
+FLOWER_BLOCK void StoreLowBytes(u8* dst, V v)
+{
+    const uint16x4_t words = vmovn_u32((uint32x4_t)v);
+    const uint8x8_t bytes = vmovn_u16(vcombine_u16(words, words));
+    const u32 four = vget_lane_u32(vreinterpret_u32_u8(bytes), 0);
+    std::memcpy(dst, &four, 4);
+}
+
+FLOWER_BLOCK V MinSigned32(V a, V b)
+{
+    return V(vminq_s32((int32x4_t)a, (int32x4_t)b));
+}
+
+FLOWER_BLOCK V MinUnsigned32(V a, V b)
+{
+    return V(vminq_u32((uint32x4_t)a, (uint32x4_t)b));
+}
+
+FLOWER_BLOCK V MaxUnsigned32(V a, V b)
+{
+    return V(vmaxq_u32((uint32x4_t)a, (uint32x4_t)b));
+}
+
+// The narrowing moves keep the low byte of each lane whatever the rest.
+FLOWER_BLOCK void StorePelBytes(u8* dst, V pels, int byte)
+{
+    StoreLowBytes(dst, pels >> (8 * byte));
+}
+
+FLOWER_BLOCK bool All(PelMask m)
+{
+    return vminvq_u32((uint32x4_t)m) == 0xFFFFFFFFu;
+}
+
+FLOWER_BLOCK bool None(PelMask m)
+{
+    return vmaxvq_u32((uint32x4_t)m) == 0u;
+}
+
+#endif // FLOWER_LANES_NEON
+
+} // namespace FLOWER_KERNEL_TARGET
+} // namespace Kernels
+
+#endif

@@ -1,0 +1,104 @@
+// Roll kernels on whole vectors; the tail of every row is the scalar set's.
+//
+// With weights in 0..256 summing to at most 256, s <= 65280 and each colour sum
+// <= 255*s: below 2^24, so floats hold every product and sum exactly whatever the
+// order, and the rounded quotient truncates to the integer one (k + r/s with r >= 1
+// lies 1/s or more below k + 1, beyond the rounding error (k + 1)*2^-24 < 1/s).
+// Other weights wrap in 32 bits and take the scalar set.
+#include "kernels/Lanes.h"
+#include "kernels/roll/RollKernels.h"
+
+namespace Kernels {
+namespace FLOWER_KERNEL_TARGET {
+namespace {
+
+template <int kShift> FLOWER_BLOCK F ChannelF(V pels)
+{
+    return ToFloat((pels >> kShift) & 0xFFu);
+}
+
+template <int N> bool WeightsFitFloats(const int weights[N])
+{
+    int total = 0;
+    for (int k = 0; k < N; ++k) {
+        if (weights[k] < 0 || weights[k] > 256)
+            return false;
+        total += weights[k];
+    }
+    return total <= 256;
+}
+
+template <int N, int kShift> FLOWER_BLOCK V Quotient(const V (&p)[N], const F (&e)[N], F s)
+{
+    F num = ChannelF<kShift>(p[0]) * e[0];
+    for (int k = 1; k < N; ++k)
+        num = num + ChannelF<kShift>(p[k]) * e[k];
+    return Truncate(num / s);
+}
+
+// Pels x.. of the N-line mix; A*w <= 65280 comes whole from a 16-bit multiply.
+template <int N> FLOWER_BLOCK V Mix(const char* const lines[N], const V (&w)[N], int x)
+{
+    V p[N];
+    F e[N];
+    V s{};
+    for (int k = 0; k < N; ++k) {
+        p[k] = Load(lines[k], x);
+        const V ek = Mul16(Alphas(p[k]), w[k]);
+        e[k] = ToFloat(ek);
+        s += ek;
+    }
+    // Lanes with s = 0 divide by 1 and are cleared below.
+    const PelMask live = NonZero32(s);
+    const F fs = ToFloat(Select(live, s, Splat32(1)));
+    const V b = Quotient<N, 0>(p, e, fs), g = Quotient<N, 8>(p, e, fs);
+    const V r = Quotient<N, 16>(p, e, fs);
+    return Keep(live, b | g << 8 | r << 16 | (s >> 8) << 24);
+}
+
+template <int N>
+void MixRow(char* dst, const char* const lines[N], const int weights[N], int width,
+            void (*scalar)(char*, const char* const*, const int*, int))
+{
+    int x = 0;
+    if (WeightsFitFloats<N>(weights)) {
+        V w[N];
+        for (int k = 0; k < N; ++k)
+            w[k] = Splat32(u32(weights[k]));
+        for (; x + kPels <= width; x += kPels)
+            Store(dst, x, Mix<N>(lines, w, x));
+    }
+    const char* rest[N];
+    for (int k = 0; k < N; ++k)
+        rest[k] = At(lines[k], x);
+    scalar(At(dst, x), rest, weights, width - x);
+}
+
+void MixTwoLines(char* dst, const char* const lines[2], const int weights[2], int width)
+{
+    MixRow<2>(dst, lines, weights, width, kRollScalar.mix2);
+}
+
+void MixThreeLines(char* dst, const char* const lines[3], const int weights[3], int width)
+{
+    MixRow<3>(dst, lines, weights, width, kRollScalar.mix3);
+}
+
+// A*scale wraps in 32 bits as the scalar product does.
+void CopyRowScaledAlpha(char* dst, const char* src, int width, u32 scale)
+{
+    int x = 0;
+    for (; x + kPels <= width; x += kPels) {
+        const V p = Load(src, x);
+        Store(dst, x, WithAlphas(p, (Alphas(p) * scale) >> 8));
+    }
+    kRollScalar.copyScaledAlpha(At(dst, x), At(src, x), width - x, scale);
+}
+
+} // namespace
+
+const RollSet kRoll = {FLOWER_STRING(FLOWER_KERNEL_TARGET), CopyRowScaledAlpha, MixTwoLines,
+                       MixThreeLines};
+
+} // namespace FLOWER_KERNEL_TARGET
+} // namespace Kernels

@@ -1,0 +1,28 @@
+// The taps of one scale-list entry along its axis, shared by the scaler's sets.
+// Its own internal copy in every file that includes it: the sets built with
+// wider instructions must not lend their copy of an inline function to the rest.
+#ifndef FLOWER_SOURCE_SCALETAPS_H
+#define FLOWER_SOURCE_SCALETAPS_H
+
+#include "florist.h"
+
+namespace {
+
+// The first tap, `middle` whole ones, and a last one when its weight is
+// positive.
+struct Taps {
+    i32 middle;
+    bool hasLast;
+    double first, last;
+
+    explicit Taps(const tagScaleList& e)
+        : middle(e.count != -1 ? e.count : 0), hasLast(e.count != -1 && e.lastWeight > 0),
+          first(e.firstWeight), last(e.lastWeight)
+    {
+    }
+    i32 Total() const { return 1 + middle + (hasLast ? 1 : 0); }
+};
+
+} // namespace
+
+#endif
