@@ -6,7 +6,8 @@
 #include <random>
 
 #include "Scene.h"
-#include "Y4m.h"
+#include "Video.h"
+#include "Yuv.h"
 
 using namespace title;
 
@@ -34,12 +35,15 @@ TEST(Y4mConversion, MatchesBt709LimitedRangeModel)
 
 TEST(Y4mConversion, HeaderCarriesRateAndFieldOrder)
 {
-    EXPECT_EQ(Y4mWriter(1920, 1080, FrameRate{30000, 1001}, Interlace::TopFieldFirst).Header(),
-              "YUV4MPEG2 W1920 H1080 F30000:1001 It A1:1 C420jpeg XYSCSS=420JPEG "
-              "XCOLORRANGE=LIMITED\n");
-    EXPECT_NE(
-        Y4mWriter(16, 16, FrameRate{25, 1}, Interlace::BottomFieldFirst).Header().find(" Ib "),
-        std::string::npos);
+    VideoFormat f;
+    f.width = 1920;
+    f.height = 1080;
+    f.rate = FrameRate{30000, 1001};
+    f.interlace = Interlace::TopFieldFirst;
+    EXPECT_EQ(Y4mHeaderFor(f), "YUV4MPEG2 W1920 H1080 F30000:1001 It A1:1 C420jpeg XYSCSS=420JPEG "
+                               "XCOLORRANGE=LIMITED");
+    f.interlace = Interlace::BottomFieldFirst;
+    EXPECT_NE(Y4mHeaderFor(f).find(" Ib "), std::string::npos);
 }
 
 TEST(Positions, SplitIntoReducedWholePixelsAndFractions)

@@ -72,13 +72,25 @@ double ParseNumber(const std::string& text, const std::string& what, double low,
     return v;
 }
 
-void ParseSize(Options& o, const std::string& text)
+void ParseDimensions(const std::string& text, const std::string& what, int& width, int& height)
 {
     const auto x = text.find('x');
     if (x == std::string::npos)
-        throw UsageError("--size must look like 1280x720, not '" + text + "'");
-    o.width = ParseInt(text.substr(0, x), "--size width", 16, 8192);
-    o.height = ParseInt(text.substr(x + 1), "--size height", 16, 8192);
+        throw UsageError(what + " must look like 1280x720, not '" + text + "'");
+    width = ParseInt(text.substr(0, x), what + " width", 16, 8192);
+    height = ParseInt(text.substr(x + 1), what + " height", 16, 8192);
+}
+
+// "N" is N pixels right and down; "DX,DY" any direction.
+void ParseShadow(Options& o, const std::string& text)
+{
+    const auto comma = text.find(',');
+    if (comma == std::string::npos) {
+        o.shadowX = o.shadowY = ParseInt(text, "--shadow", 0, 64);
+        return;
+    }
+    o.shadowX = ParseInt(text.substr(0, comma), "--shadow DX", -64, 64);
+    o.shadowY = ParseInt(text.substr(comma + 1), "--shadow DY", -64, 64);
 }
 
 // NTSC-family rates are written as decimals but mean n * 1000 / 1001.
@@ -123,7 +135,7 @@ std::vector<std::string> ReadLines(const std::string& path)
     while (!lines.empty() && lines.back().empty())
         lines.pop_back();
     if (lines.empty())
-        throw ToolError("text file '" + path + "' holds no text");
+        throw UsageError("text file '" + path + "' holds no text");
     return lines;
 }
 
@@ -136,7 +148,7 @@ void ParseBackground(Options& o, const std::string& text)
     } else if (!text.empty() && text[0] == '#') {
         o.background = BackgroundKind::Colour;
         o.backgroundColour = ParseColour(text, "--background");
-    } else if (EndsWith(text, ".png")) {
+    } else if (EndsWith(text, ".png") && text.size() > 4) {
         o.background = BackgroundKind::Picture;
         o.backgroundPath = text;
     } else {
@@ -145,18 +157,51 @@ void ParseBackground(Options& o, const std::string& text)
     }
 }
 
-void ParseOutput(Options& o, const std::string& text)
+OutputKind ParseFormat(const std::string& text)
 {
-    o.outputPath = text;
-    if (text == "-")
-        o.output = OutputKind::RawStdout;
-    else if (EndsWith(text, ".png") && text.size() > 4)
+    if (text == "y4m")
+        return OutputKind::Y4m;
+    if (text == "bgra")
+        return OutputKind::Bgra;
+    if (text == "png")
+        return OutputKind::Png;
+    throw UsageError("--format must be y4m, bgra or png, not '" + text + "'");
+}
+
+// An explicit --format wins; otherwise the name tells, and "-" means raw BGRA.
+void ResolveOutputFormat(Options& o)
+{
+    if (o.outputPath.empty() || o.formatGiven)
+        return;
+    if (o.outputPath == "-")
+        o.output = OutputKind::Bgra;
+    else if (EndsWith(o.outputPath, ".png") && o.outputPath.size() > 4)
         o.output = OutputKind::Png;
-    else if (EndsWith(text, ".y4m") && text.size() > 4)
+    else if (EndsWith(o.outputPath, ".y4m") && o.outputPath.size() > 4)
         o.output = OutputKind::Y4m;
     else
-        throw UsageError("--output must end in .png or .y4m, or be - for raw frames, not '" + text +
-                         "'");
+        throw UsageError("cannot tell the format of '" + o.outputPath +
+                         "': name it .png or .y4m, or add --format y4m|bgra");
+}
+
+BackgroundFit ParseFit(const std::string& text)
+{
+    if (text == "stretch")
+        return BackgroundFit::Stretch;
+    if (text == "fit")
+        return BackgroundFit::Fit;
+    if (text == "fill")
+        return BackgroundFit::Fill;
+    throw UsageError("--background-fit must be stretch, fit or fill, not '" + text + "'");
+}
+
+MatrixChoice ParseMatrix(const std::string& text)
+{
+    if (text == "bt709")
+        return MatrixChoice::Bt709;
+    if (text == "bt601")
+        return MatrixChoice::Bt601;
+    throw UsageError("--matrix must be bt709 or bt601, not '" + text + "'");
 }
 
 Interlace ParseInterlace(const std::string& text)
@@ -177,9 +222,19 @@ const std::map<std::string, Setter>& ValueOptions()
     static const std::map<std::string, Setter> table = {
         {"--text",
          [](Options& o, const std::string& v) {
+             if (v.empty())
+                 throw UsageError("--text is empty");
              o.crawlText = v;
              o.crawl = true;
          }},
+        {"--items",
+         [](Options& o, const std::string& v) {
+             if (v.empty())
+                 throw UsageError("--items needs a file name, or - for standard input");
+             o.itemsPath = v;
+             o.crawl = true;
+         }},
+        {"--separator", [](Options& o, const std::string& v) { o.separator = v; }},
         {"--text-file",
          [](Options& o, const std::string& v) {
              o.rollLines = ReadLines(v);
@@ -198,13 +253,24 @@ const std::map<std::string, Setter>& ValueOptions()
          [](Options& o, const std::string& v) {
              o.outlineColour = ParseColour(v, "--outline-colour");
          }},
-        {"--shadow",
-         [](Options& o, const std::string& v) { o.shadow = ParseInt(v, "--shadow", 0, 64); }},
+        {"--shadow", ParseShadow},
         {"--shadow-colour",
          [](Options& o, const std::string& v) {
              o.shadowColour = ParseColour(v, "--shadow-colour");
          }},
-        {"--background", ParseBackground},
+        {"--background",
+         [](Options& o, const std::string& v) {
+             ParseBackground(o, v);
+             o.backgroundGiven = true;
+         }},
+        {"--background-fit",
+         [](Options& o, const std::string& v) { o.backgroundFit = ParseFit(v); }},
+        {"--crawl-y",
+         [](Options& o, const std::string& v) { o.crawlY = ParseInt(v, "--crawl-y", 0, 8191); }},
+        {"--band-height",
+         [](Options& o, const std::string& v) {
+             o.bandHeight = ParseInt(v, "--band-height", 1, 8192);
+         }},
         {"--band", [](Options& o, const std::string& v) { o.band = ParseColour(v, "--band"); }},
         {"--speed",
          [](Options& o, const std::string& v) {
@@ -222,19 +288,63 @@ const std::map<std::string, Setter>& ValueOptions()
          [](Options& o, const std::string& v) { o.fade = ParseInt(v, "--fade", 0, 4096); }},
         {"--filter",
          [](Options& o, const std::string& v) { o.filter = ParseInt(v, "--filter", 0, 128); }},
-        {"--interlace", [](Options& o, const std::string& v) { o.interlace = ParseInterlace(v); }},
-        {"--size", ParseSize},
-        {"--fps", [](Options& o, const std::string& v) { o.fps = ParseFrameRate(v); }},
+        {"--interlace",
+         [](Options& o, const std::string& v) {
+             o.interlace = ParseInterlace(v);
+             o.interlaceGiven = true;
+         }},
+        {"--size",
+         [](Options& o, const std::string& v) {
+             ParseDimensions(v, "--size", o.width, o.height);
+             o.sizeGiven = true;
+         }},
+        {"--fps",
+         [](Options& o, const std::string& v) {
+             o.fps = ParseFrameRate(v);
+             o.fpsGiven = true;
+         }},
         {"--seconds",
          [](Options& o, const std::string& v) {
-             o.seconds = ParseNumber(v, "--seconds", 0.001, 3600);
+             o.seconds = ParseNumber(v, "--seconds", 0, 1e6);
+             if (o.seconds > 0 && o.seconds < 0.001)
+                 throw UsageError("--seconds must be 0 (no end) or at least 0.001");
+             o.secondsGiven = true;
          }},
         {"--time",
          [](Options& o, const std::string& v) {
              o.time = ParseNumber(v, "--time", 0, 1e6);
              o.timeGiven = true;
          }},
-        {"--output", ParseOutput},
+        {"--output",
+         [](Options& o, const std::string& v) {
+             if (v.empty())
+                 throw UsageError("--output is empty");
+             o.outputPath = v;
+         }},
+        {"--format",
+         [](Options& o, const std::string& v) {
+             o.output = ParseFormat(v);
+             o.formatGiven = true;
+         }},
+        {"--input",
+         [](Options& o, const std::string& v) {
+             if (v.empty())
+                 throw UsageError("--input needs a file name, or - for standard input");
+             o.inputPath = v;
+             if (o.input == InputKind::None)
+                 o.input = InputKind::Y4m;
+         }},
+        {"--input-format",
+         [](Options& o, const std::string& v) {
+             if (v != "y4m" && v != "bgra")
+                 throw UsageError("--input-format must be y4m or bgra, not '" + v + "'");
+             o.input = v == "y4m" ? InputKind::Y4m : InputKind::Bgra;
+         }},
+        {"--input-size",
+         [](Options& o, const std::string& v) {
+             ParseDimensions(v, "--input-size", o.inputWidth, o.inputHeight);
+         }},
+        {"--matrix", [](Options& o, const std::string& v) { o.matrix = ParseMatrix(v); }},
     };
     return table;
 }
@@ -243,6 +353,7 @@ const std::map<std::string, std::function<void(Options&)>>& FlagOptions()
 {
     static const std::map<std::string, std::function<void(Options&)>> table = {
         {"--help", [](Options& o) { o.showHelp = true; }},
+        {"--version", [](Options& o) { o.showVersion = true; }},
         {"--with-roll", [](Options& o) { o.roll = true; }},
         {"--with-crawl", [](Options& o) { o.crawl = true; }},
         {"--benchmark", [](Options& o) { o.benchmark = true; }},
@@ -295,6 +406,32 @@ void ParseArgument(const char* const* argv, int argc, int& i, Options& o)
     option->second(o, value);
 }
 
+void CheckInput(Options& o)
+{
+    if (o.inputPath.empty()) {
+        if (o.input != InputKind::None || o.inputWidth > 0)
+            throw UsageError("--input-format and --input-size describe an --input; none given");
+        return;
+    }
+    if (o.backgroundGiven)
+        throw UsageError("--background and --input both give the picture under the titles");
+    if (o.input == InputKind::Bgra) {
+        if (o.inputWidth == 0 || !o.fpsGiven)
+            throw UsageError("raw BGRA input needs --input-size WxH and --fps R");
+        if (o.sizeGiven && (o.width != o.inputWidth || o.height != o.inputHeight))
+            throw UsageError("--size contradicts --input-size");
+        o.width = o.inputWidth;
+        o.height = o.inputHeight;
+    } else if (o.inputWidth > 0) {
+        throw UsageError("--input-size is for raw BGRA input; a YUV4MPEG2 header states its size");
+    }
+    if (o.inputPath == "-" && o.itemsPath == "-")
+        throw UsageError("--input and --items cannot both read standard input");
+    // An input ends the render; --seconds only cuts it shorter.
+    if (!o.secondsGiven)
+        o.seconds = 0;
+}
+
 void CheckConsistency(Options& o)
 {
     if (o.command == Command::Still)
@@ -303,14 +440,24 @@ void CheckConsistency(Options& o)
         o.crawl = true;
     if (o.command == Command::Roll)
         o.roll = true;
-    if (o.crawlText.empty())
+    if (!o.itemsPath.empty() && !o.crawlText.empty())
+        throw UsageError("--text and --items both give the crawl; use one");
+    if (!o.itemsPath.empty() && o.crawlSpeed < 0)
+        throw UsageError("an --items crawl moves left: give a positive --crawl-speed");
+    if (o.crawlText.empty() && o.itemsPath.empty())
         o.crawlText = kDefaultCrawl;
     if (o.rollLines.empty())
         o.rollLines.assign(std::begin(kDefaultRoll), std::end(kDefaultRoll));
+    CheckInput(o);
+    ResolveOutputFormat(o);
     if (o.output == OutputKind::None && !o.benchmark)
         throw UsageError("no output given: use --output PATH.png, PATH.y4m or -");
-    if (o.benchmark && o.output != OutputKind::None)
+    if (o.benchmark && !o.outputPath.empty())
         throw UsageError("--benchmark renders without writing; leave out --output");
+    if (o.output != OutputKind::None && o.outputPath.empty())
+        throw UsageError("--format needs an --output");
+    if (o.seconds == 0 && o.input == InputKind::None && o.output == OutputKind::Png)
+        throw UsageError("a .png output is one frame; --seconds 0 has no use there");
     if (o.fade * 2 > o.width)
         throw UsageError("--fade must be at most half the frame width");
 }
@@ -339,6 +486,10 @@ Options ParseOptions(int argc, const char* const* argv)
         o.showHelp = true;
         return o;
     }
+    if (command == "--version") {
+        o.showVersion = true;
+        return o;
+    }
     if (command == "crawl")
         o.command = Command::Crawl;
     else if (command == "roll")
@@ -349,7 +500,7 @@ Options ParseOptions(int argc, const char* const* argv)
         throw UsageError("unknown command '" + command + "': use crawl, roll or still");
     for (int i = 2; i < argc; ++i) {
         ParseArgument(argv, argc, i, o);
-        if (o.showHelp)
+        if (o.showHelp || o.showVersion)
             return o;
     }
     CheckConsistency(o);

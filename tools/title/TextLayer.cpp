@@ -3,6 +3,8 @@
 // neighbours alternately, an octagon that stays close to a disc.
 #include "TextLayer.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <memory>
 
 #include "PixelRoutinesLite.h"
@@ -92,7 +94,7 @@ void CompositOver(Marrow::StubLayer* bottom, Marrow::StubLayer* top)
 
 int StyleMargin(const TextStyle& style)
 {
-    return 2 + style.outline + style.shadow;
+    return 2 + style.outline + std::max(std::abs(style.shadowX), std::abs(style.shadowY));
 }
 
 Layer MakeTextLayer(const Coverage& coverage, const TextStyle& style)
@@ -114,10 +116,12 @@ Layer MakeTextLayer(const Coverage& coverage, const TextStyle& style)
         CompositOver(outline.get(), text.get());
         text = std::move(outline);
     }
-    if (style.shadow > 0) {
+    if (style.shadowX != 0 || style.shadowY != 0) {
         Layer shadow = RecolouredShape(text.get(), style.shadowColour);
-        HorizontalShiftLayer(shadow.get(), style.shadow, false);
-        VerticalShiftLayer(shadow.get(), style.shadow, false);
+        if (style.shadowX != 0)
+            HorizontalShiftLayer(shadow.get(), style.shadowX, false);
+        if (style.shadowY != 0)
+            VerticalShiftLayer(shadow.get(), style.shadowY, false);
         CompositOver(shadow.get(), text.get());
         text = std::move(shadow);
     }

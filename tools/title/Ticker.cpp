@@ -1,0 +1,103 @@
+#include "Ticker.h"
+
+#include "PixelRoutinesLite.h"
+
+namespace title {
+
+Ticker::Ticker(std::unique_ptr<Font> f, const TextStyle& s, std::string sep, ItemFeed& itemFeed,
+               int width)
+    : font(std::move(f)), style(s), margin(StyleMargin(s)),
+      height(font->LineHeight() + 2 * margin), separator(std::move(sep)), feed(itemFeed),
+      windowWidth(width), clear(NewLayer(width + 2, height, "crawl window"))
+{
+}
+
+Ticker::~Ticker() = default;
+
+const std::shared_ptr<Layer>& Ticker::SegmentLayer(int index)
+{
+    std::shared_ptr<Layer>& l = rendered[std::size_t(index)];
+    if (!l)
+        l = std::make_shared<Layer>(
+            MakeTextLayer(font->RenderLine(items[std::size_t(index)] + separator, margin), style));
+    return l;
+}
+
+// Neighbouring items overlap by their margins, so the pen positions join up.
+int Ticker::Advance(int index)
+{
+    return std::max(1, GetLayerWidth(SegmentLayer(index)->get()) - 2 * margin);
+}
+
+bool Ticker::TakeNewItems()
+{
+    std::vector<std::string> fresh;
+    if (!feed.Poll(fresh))
+        return false;
+    items = std::move(fresh);
+    rendered.clear();
+    rendered.resize(items.size());
+    next = 0;
+    return true;
+}
+
+// The first window: the loop as if it had run since time 0, where the first
+// item started at tape column 0, so a render starting late shows what a
+// render from the start would.
+void Ticker::Restart(long long column)
+{
+    TakeNewItems();
+    tapeEnd = 0;
+    if (items.empty() || column <= 0)
+        return;
+    long long loop = 0;
+    for (int i = 0; i < int(items.size()); ++i)
+        loop += Advance(i);
+    tapeEnd = column / loop * loop;
+}
+
+void Ticker::Extend(long long column)
+{
+    const long long needed = column + WindowWidth() + margin;
+    while (tapeEnd < needed) {
+        // An item boundary: the one moment a new list may take over.
+        if (TakeNewItems() || items.empty()) {
+            if (items.empty()) {
+                // Nothing to show: the next items enter at the frame's edge.
+                tapeEnd = std::max(tapeEnd, needed);
+                return;
+            }
+        }
+        const std::shared_ptr<Layer>& text = SegmentLayer(next);
+        tape.push_back({tapeEnd - margin, text, GetLayerWidth(text->get())});
+        tapeEnd += Advance(next);
+        next = (next + 1) % int(items.size());
+    }
+}
+
+void Ticker::Window(long long column, Marrow::StubLayer* window)
+{
+    if (!started) {
+        Restart(column);
+        started = true;
+    }
+    Extend(column);
+    // A window's worth of slack: interlaced frames look half a frame back.
+    while (!tape.empty() && tape.front().start + tape.front().width <= column - WindowWidth())
+        tape.pop_front();
+    Pixels out(window), blank(clear.get());
+    Blit(out.At(0, 0), out.Pitch(), blank.At(0, 0), blank.Pitch(), out.Width(), height);
+    const long long windowEnd = column + WindowWidth();
+    for (const Segment& s : tape) {
+        Pixels text(s.text->get());
+        const long long from = std::max(s.start, column);
+        const long long to = std::min(s.start + text.Width(), windowEnd);
+        if (from >= to)
+            continue;
+        char* dst = out.At(int(from - column), 0);
+        Composit(dst, out.Pitch(), dst, out.Pitch(), text.At(int(from - s.start), 0), text.Pitch(),
+                 int(to - from), height);
+    }
+}
+
+} // namespace title

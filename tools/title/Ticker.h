@@ -1,0 +1,74 @@
+// A crawl of items that loops without a gap and takes new items while it
+// runs: the items, each followed by the separator, are laid end to end on an
+// endless tape, and a new list replaces the old one at the next item boundary.
+#ifndef FLOWER_TITLE_TICKER_H
+#define FLOWER_TITLE_TICKER_H
+
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Layers.h"
+#include "TextLayer.h"
+#include "TextRender.h"
+
+namespace title {
+
+// Where items come from. Poll is asked at item boundaries only.
+class ItemFeed {
+  public:
+    virtual ~ItemFeed() = default;
+    // True, with the new list in `items`, when the items changed since the
+    // last call (the first call reports the initial list, even an empty one).
+    virtual bool Poll(std::vector<std::string>& items) = 0;
+};
+
+class Ticker {
+  public:
+    // `windowWidth` is the frame width: each window holds it plus two columns.
+    Ticker(std::unique_ptr<Font> font, const TextStyle& style, std::string separator,
+           ItemFeed& feed, int windowWidth);
+    ~Ticker();
+
+    int Height() const { return height; }
+    int WindowWidth() const { return windowWidth + 2; }
+
+    // Tape columns [column, column + WindowWidth()) into `window` (a layer of
+    // WindowWidth() x Height()). Columns must not go back by more than a
+    // window between calls: the tape keeps no more than what is in view.
+    void Window(long long column, Marrow::StubLayer* window);
+
+  private:
+    // Segments keep their own layers: a new list must not pull the text out
+    // from under items still in view.
+    struct Segment {
+        long long start; // tape column of the layer's first column
+        std::shared_ptr<Layer> text;
+        int width;
+    };
+    void Extend(long long column);
+    void Restart(long long column);
+    int Advance(int index);
+    const std::shared_ptr<Layer>& SegmentLayer(int index);
+    bool TakeNewItems();
+
+    std::unique_ptr<Font> font;
+    TextStyle style;
+    int margin;
+    int height;
+    std::string separator;
+    ItemFeed& feed;
+    int windowWidth;
+    std::vector<std::string> items;
+    std::vector<std::shared_ptr<Layer>> rendered; // per item, made on first use
+    std::deque<Segment> tape;
+    long long tapeEnd = 0; // where the next item starts
+    int next = 0;
+    bool started = false;
+    Layer clear;
+};
+
+} // namespace title
+
+#endif

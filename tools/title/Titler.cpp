@@ -1,0 +1,39 @@
+#include "Titler.h"
+
+namespace title {
+
+Matrix MatrixFor(MatrixChoice choice, int height)
+{
+    if (choice == MatrixChoice::Auto)
+        return height > 576 ? Matrix::Bt709 : Matrix::Bt601;
+    return choice == MatrixChoice::Bt709 ? Matrix::Bt709 : Matrix::Bt601;
+}
+
+PlanarLayout LayoutOf(const VideoFormat& f)
+{
+    // 4:2:0 chroma of interlaced frames pairs rows of one field.
+    return {f.width, f.height, f.chromaShiftX, f.chromaShiftY, f.interlace != Interlace::None};
+}
+
+FrameTitler::FrameTitler(Scene& s, const VideoFormat& f, Matrix matrix)
+    : scene(s), format(f), planar(LayoutOf(f), matrix)
+{
+}
+
+void FrameTitler::Title(std::uint8_t* frame, double seconds, double frameSeconds)
+{
+    const std::vector<OverlayPatch>& patches =
+        format.interlace == Interlace::None
+            ? scene.RenderTitles(seconds)
+            : scene.RenderTitles(seconds, seconds + frameSeconds / 2,
+                                 format.interlace == Interlace::TopFieldFirst);
+    for (const OverlayPatch& patch : patches) {
+        if (format.bgra)
+            CompositOverlay(reinterpret_cast<std::uint32_t*>(frame), format.width, format.height,
+                            patch);
+        else
+            planar.Composit(frame, patch);
+    }
+}
+
+} // namespace title

@@ -1,0 +1,164 @@
+// Forward coefficients are the matrix's, scaled for 16..235 luma and 16..240
+// chroma, in 20-bit fixed point: close enough to the exact values that only
+// results within 1/2000 of a rounding boundary can differ. The inverse uses
+// 16-bit tables, one per term, so a pixel costs five look-ups.
+#include "Yuv.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace title {
+namespace {
+
+constexpr int kShift = 20;
+
+int Fixed(double v, int shift)
+{
+    return int(std::lround(v * double(1 << shift)));
+}
+
+struct Weights {
+    double kr, kb;
+};
+
+Weights WeightsOf(Matrix m)
+{
+    return m == Matrix::Bt709 ? Weights{0.2126, 0.0722} : Weights{0.299, 0.114};
+}
+
+int Red(std::uint32_t p)
+{
+    return int(p >> 16 & 0xFF);
+}
+int Green(std::uint32_t p)
+{
+    return int(p >> 8 & 0xFF);
+}
+int Blue(std::uint32_t p)
+{
+    return int(p & 0xFF);
+}
+
+// Arithmetic shift of a possibly negative sum is floor; the bias makes it round.
+std::uint8_t RoundedChroma(long long sum, int shift)
+{
+    return std::uint8_t(128 + ((sum + (1LL << (shift - 1))) >> shift));
+}
+
+} // namespace
+
+YuvConverter::YuvConverter(Matrix m) : matrix(m)
+{
+    const Weights w = WeightsOf(m);
+    const double kg = 1 - w.kr - w.kb, ys = 219.0 / 255, cs = 224.0 / 255;
+    yr = Fixed(w.kr * ys, kShift);
+    yg = Fixed(kg * ys, kShift);
+    yb = Fixed(w.kb * ys, kShift);
+    cbr = Fixed(-w.kr / (2 * (1 - w.kb)) * cs, kShift);
+    cbg = Fixed(-kg / (2 * (1 - w.kb)) * cs, kShift);
+    cbb = Fixed(0.5 * cs, kShift);
+    crr = Fixed(0.5 * cs, kShift);
+    crg = Fixed(-kg / (2 * (1 - w.kr)) * cs, kShift);
+    crb = Fixed(-w.kb / (2 * (1 - w.kr)) * cs, kShift);
+    for (int v = 0; v < 256; ++v) {
+        const double luma = (v - 16) * 255.0 / 219, chroma = (v - 128) * 255.0 / 224;
+        lumaTerm[std::size_t(v)] = Fixed(luma, 16) + (1 << 15);
+        redFromCr[std::size_t(v)] = Fixed(2 * (1 - w.kr) * chroma, 16);
+        blueFromCb[std::size_t(v)] = Fixed(2 * (1 - w.kb) * chroma, 16);
+        greenFromCb[std::size_t(v)] = Fixed(-2 * w.kb * (1 - w.kb) / kg * chroma, 16);
+        greenFromCr[std::size_t(v)] = Fixed(-2 * w.kr * (1 - w.kr) / kg * chroma, 16);
+    }
+}
+
+std::uint8_t YuvConverter::Luma(std::uint32_t pel) const
+{
+    const int sum = yr * Red(pel) + yg * Green(pel) + yb * Blue(pel);
+    return std::uint8_t(16 + ((sum + (1 << (kShift - 1))) >> kShift));
+}
+
+void YuvConverter::Chroma(int redSum, int greenSum, int blueSum, int log2Count, std::uint8_t& cb,
+                          std::uint8_t& cr) const
+{
+    const int shift = kShift + log2Count;
+    cb = RoundedChroma(1LL * cbr * redSum + 1LL * cbg * greenSum + 1LL * cbb * blueSum, shift);
+    cr = RoundedChroma(1LL * crr * redSum + 1LL * crg * greenSum + 1LL * crb * blueSum, shift);
+}
+
+YuvPixel YuvConverter::ToYuv(std::uint32_t pel) const
+{
+    YuvPixel p{Luma(pel), 0, 0};
+    Chroma(Red(pel), Green(pel), Blue(pel), 0, p.cb, p.cr);
+    return p;
+}
+
+int LumaRowsOf(int chromaRow, int shiftY, bool fieldChroma, int height, int rows[2])
+{
+    const bool fields = fieldChroma && shiftY == 1;
+    const int first = fields ? (chromaRow / 2) * 4 + (chromaRow & 1) : chromaRow << shiftY;
+    const int step = fields ? 2 : 1;
+    int n = 0;
+    for (int k = 0; k < (1 << shiftY); ++k)
+        if (first + k * step < height)
+            rows[n++] = first + k * step;
+    return n;
+}
+
+int ChromaRowOf(int lumaRow, int shiftY, bool fieldChroma)
+{
+    if (fieldChroma && shiftY == 1)
+        return (lumaRow >> 2) * 2 + (lumaRow & 1);
+    return lumaRow >> shiftY;
+}
+
+void BgraToPlanar(const std::uint32_t* pels, const PlanarLayout& f, const YuvConverter& yuv,
+                  std::uint8_t* planes)
+{
+    const std::size_t lumaSize = std::size_t(f.width) * f.height;
+    const int cw = f.ChromaWidth(), ch = f.ChromaHeight();
+    std::uint8_t* cbPlane = planes + lumaSize;
+    std::uint8_t* crPlane = cbPlane + std::size_t(cw) * ch;
+    for (std::size_t i = 0; i < lumaSize; ++i)
+        planes[i] = yuv.Luma(pels[i]);
+    for (int j = 0; j < ch; ++j) {
+        int rows[2];
+        const int n = LumaRowsOf(j, f.shiftY, f.fieldChroma, f.height, rows);
+        for (int i = 0; i < cw; ++i) {
+            const int x0 = i << f.shiftX, x1 = std::min(f.width, (i + 1) << f.shiftX);
+            int r = 0, g = 0, b = 0, count = 0;
+            for (int k = 0; k < n; ++k)
+                for (int x = x0; x < x1; ++x, ++count) {
+                    const std::uint32_t p = pels[std::size_t(rows[k]) * f.width + x];
+                    r += Red(p), g += Green(p), b += Blue(p);
+                }
+            const int log2Count = count == 4 ? 2 : count == 2 ? 1 : 0;
+            const std::size_t at = std::size_t(j) * cw + i;
+            yuv.Chroma(r, g, b, log2Count, cbPlane[at], crPlane[at]);
+        }
+    }
+}
+
+void PlanarToBgra(const std::uint8_t* planes, const PlanarLayout& f, const YuvConverter& yuv,
+                  std::uint32_t* pels)
+{
+    const int cw = f.ChromaWidth();
+    const std::uint8_t* cbPlane = planes + std::size_t(f.width) * f.height;
+    const std::uint8_t* crPlane = cbPlane + std::size_t(cw) * f.ChromaHeight();
+    for (int y = 0; y < f.height; ++y) {
+        const std::size_t chromaRow = std::size_t(ChromaRowOf(y, f.shiftY, f.fieldChroma)) * cw;
+        const std::uint8_t* luma = planes + std::size_t(y) * f.width;
+        std::uint32_t* out = pels + std::size_t(y) * f.width;
+        for (int x = 0; x < f.width; ++x) {
+            const std::size_t c = chromaRow + std::size_t(x >> f.shiftX);
+            out[x] = yuv.ToPel(luma[x], cbPlane[c], crPlane[c]);
+        }
+    }
+}
+
+YuvPixel Bt709Limited(std::uint32_t pel)
+{
+    static const YuvConverter bt709(Matrix::Bt709);
+    return bt709.ToYuv(pel);
+}
+
+} // namespace title
