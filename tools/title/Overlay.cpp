@@ -54,75 +54,86 @@ void CompositOverlay(std::uint32_t* frame, int width, int height, const OverlayP
                s.x1 - s.x0, s.y1 - s.y0);
 }
 
-bool PlanarCompositor::Covered(const OverlayPatch& p, int row, int x0, int x1) const
-{
-    if (row < p.y || row >= p.y + p.height)
-        return false;
-    for (int x = std::max(x0, p.x); x < std::min(x1, p.x + p.width); ++x)
-        if (p.At(x - p.x, row - p.y) >> 24)
-            return true;
-    return false;
-}
-
 void PlanarCompositor::Composit(std::uint8_t* planes, const OverlayPatch& patch)
 {
     const Span s = Clip(patch, layout.width, layout.height);
     if (s.Empty())
         return;
-    // Whole chroma blocks: the span widened to block edges.
-    const int blockX0 = (s.x0 >> layout.shiftX) << layout.shiftX;
-    const int blockX1 = std::min(layout.width, (((s.x1 - 1) >> layout.shiftX) + 1) << layout.shiftX);
     const int firstRow = ChromaRowOf(s.y0, layout.shiftY, layout.fieldChroma);
     const int lastRow = ChromaRowOf(s.y1 - 1, layout.shiftY, layout.fieldChroma);
-    // Interlaced chroma rows interleave: the rows of the span's chroma rows run
-    // from the lower of the two fields' first rows to the higher of their last.
+    // Interlaced chroma rows interleave: the span's chroma rows run from the
+    // lower of the two fields' first rows to the higher of their last.
     const int from = layout.fieldChroma ? std::max(0, firstRow - 1) : firstRow;
     const int to = layout.fieldChroma ? std::min(layout.ChromaHeight() - 1, lastRow + 1) : lastRow;
+    coveredBlocks.assign(std::size_t(layout.ChromaWidth()) + 1, 0);
     for (int j = from; j <= to; ++j)
-        CompositChromaRow(planes, patch, j, blockX0, blockX1);
+        CompositChromaRow(planes, patch, j);
 }
 
-void PlanarCompositor::CompositChromaRow(std::uint8_t* planes, const OverlayPatch& patch, int j,
-                                         int x0, int x1)
+// Marks the chroma blocks holding a covered pixel, then works run by run, so
+// the cost follows what the titles cover, not the patch's size.
+void PlanarCompositor::CompositChromaRow(std::uint8_t* planes, const OverlayPatch& patch, int j)
 {
+    const Span s = Clip(patch, layout.width, layout.height);
     int rows[2];
     const int n = LumaRowsOf(j, layout.shiftY, layout.fieldChroma, layout.height, rows);
+    const int firstBlock = s.x0 >> layout.shiftX, endBlock = ((s.x1 - 1) >> layout.shiftX) + 1;
     bool any = false;
-    for (int k = 0; k < n; ++k)
-        any = any || Covered(patch, rows[k], x0, x1);
-    if (!any)
-        return;
-    const int cw = layout.ChromaWidth(), count = x1 - x0;
-    std::uint8_t* luma = planes;
-    std::uint8_t* cb = planes + std::size_t(layout.width) * layout.height + std::size_t(j) * cw;
-    std::uint8_t* cr = cb + std::size_t(cw) * layout.ChromaHeight();
-    const Span s = Clip(patch, layout.width, layout.height);
     for (int k = 0; k < n; ++k) {
-        std::vector<std::uint32_t>& rgb = scratch[k];
-        rgb.resize(std::size_t(count));
-        const std::uint8_t* y = luma + std::size_t(rows[k]) * layout.width;
-        for (int x = x0; x < x1; ++x) {
-            const int c = x >> layout.shiftX;
-            rgb[std::size_t(x - x0)] = yuv.ToPel(y[x], cb[c], cr[c]);
-        }
         if (rows[k] < s.y0 || rows[k] >= s.y1)
             continue;
-        const std::uint32_t* top = patch.Row(rows[k] - patch.y) + (s.x0 - patch.x);
-        char* dst = Bytes(rgb.data() + (s.x0 - x0));
-        ::Composit(dst, 0, dst, 0, Bytes(top), 0, s.x1 - s.x0, 1);
-        std::uint8_t* out = luma + std::size_t(rows[k]) * layout.width;
+        const std::uint32_t* top = patch.Row(rows[k] - patch.y) - patch.x;
         for (int x = s.x0; x < s.x1; ++x)
-            if (top[x - s.x0] >> 24)
-                out[x] = yuv.Luma(rgb[std::size_t(x - x0)]);
+            if (top[x] >> 24) {
+                coveredBlocks[std::size_t(x >> layout.shiftX)] = 1;
+                any = true;
+            }
     }
+    if (!any)
+        return;
+    for (int block = firstBlock; block < endBlock;) {
+        if (!coveredBlocks[std::size_t(block)]) {
+            ++block;
+            continue;
+        }
+        int runEnd = block;
+        while (runEnd < endBlock && coveredBlocks[std::size_t(runEnd)])
+            coveredBlocks[std::size_t(runEnd++)] = 0;
+        CompositRun(planes, patch, j, rows, n, block, runEnd);
+        block = runEnd;
+    }
+}
+
+void PlanarCompositor::CompositRun(std::uint8_t* planes, const OverlayPatch& patch, int j,
+                                   const int* rows, int n, int firstBlock, int endBlock)
+{
+    const Span s = Clip(patch, layout.width, layout.height);
+    const int x0 = firstBlock << layout.shiftX;
+    const int x1 = std::min(layout.width, endBlock << layout.shiftX);
+    const int cw = layout.ChromaWidth();
+    std::uint8_t* cb = planes + std::size_t(layout.width) * layout.height + std::size_t(j) * cw;
+    std::uint8_t* cr = cb + std::size_t(cw) * layout.ChromaHeight();
+    const int cx0 = std::max(x0, s.x0), cx1 = std::min(x1, s.x1);
+    for (int k = 0; k < n; ++k) {
+        std::vector<std::uint32_t>& rgb = scratch[k];
+        if (rgb.size() < std::size_t(layout.width))
+            rgb.resize(std::size_t(layout.width));
+        std::uint8_t* luma = planes + std::size_t(rows[k]) * layout.width;
+        yuv.DecodeRow(luma, cb, cr, layout.shiftX, x0, x1 - x0, rgb.data());
+        if (rows[k] < s.y0 || rows[k] >= s.y1 || cx0 >= cx1)
+            continue;
+        const std::uint32_t* top = patch.Row(rows[k] - patch.y) - patch.x;
+        std::uint32_t* dst = rgb.data() - x0;
+        ::Composit(Bytes(dst + cx0), 0, Bytes(dst + cx0), 0, Bytes(top + cx0), 0, cx1 - cx0, 1);
+        for (int x = cx0; x < cx1; ++x)
+            if (top[x] >> 24)
+                luma[x] = yuv.Luma(dst[x]);
+    }
+    // Every block of the run holds a covered pixel: its chroma is the mean of
+    // its pixels as they now are.
     const int blockWidth = 1 << layout.shiftX;
     for (int bx = x0; bx < x1; bx += blockWidth) {
         const int bx1 = std::min(bx + blockWidth, x1);
-        bool covered = false;
-        for (int k = 0; k < n && !covered; ++k)
-            covered = Covered(patch, rows[k], bx, bx1);
-        if (!covered)
-            continue;
         int r = 0, g = 0, b = 0, pixels = 0;
         for (int k = 0; k < n; ++k)
             for (int x = bx; x < bx1; ++x, ++pixels) {

@@ -37,12 +37,13 @@ class PlanarCompositor {
     void Composit(std::uint8_t* planes, const OverlayPatch& patch);
 
   private:
-    void CompositChromaRow(std::uint8_t* planes, const OverlayPatch& patch, int chromaRow, int x0,
-                           int x1);
-    bool Covered(const OverlayPatch& patch, int row, int x0, int x1) const;
+    void CompositChromaRow(std::uint8_t* planes, const OverlayPatch& patch, int chromaRow);
+    void CompositRun(std::uint8_t* planes, const OverlayPatch& patch, int chromaRow,
+                     const int* rows, int rowCount, int firstBlock, int endBlock);
 
     PlanarLayout layout;
     YuvConverter yuv;
+    std::vector<std::uint8_t> coveredBlocks; // per chroma column of the current row
     std::vector<std::uint32_t> scratch[2];
 };
 

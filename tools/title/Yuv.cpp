@@ -11,7 +11,7 @@
 namespace title {
 namespace {
 
-constexpr int kShift = 20;
+constexpr int kShift = 20; // Luma in the header spells it out
 
 int Fixed(double v, int shift)
 {
@@ -71,10 +71,23 @@ YuvConverter::YuvConverter(Matrix m) : matrix(m)
     }
 }
 
-std::uint8_t YuvConverter::Luma(std::uint32_t pel) const
+void YuvConverter::DecodeRow(const std::uint8_t* luma, const std::uint8_t* cb,
+                             const std::uint8_t* cr, int shiftX, int x0, int count,
+                             std::uint32_t* out) const
 {
-    const int sum = yr * Red(pel) + yg * Green(pel) + yb * Blue(pel);
-    return std::uint8_t(16 + ((sum + (1 << (kShift - 1))) >> kShift));
+    // Chroma terms once per sample, shared by the pixels of its block.
+    const int end = x0 + count;
+    for (int x = x0; x < end;) {
+        const int c = x >> shiftX;
+        const int red = redFromCr[cr[c]], blue = blueFromCb[cb[c]];
+        const int green = greenFromCb[cb[c]] + greenFromCr[cr[c]];
+        const int blockEnd = std::min(end, (c + 1) << shiftX);
+        for (; x < blockEnd; ++x) {
+            const int l = lumaTerm[luma[x]];
+            *out++ = 0xFF000000u | std::uint32_t(Clamp(l + red)) << 16 |
+                     std::uint32_t(Clamp(l + green)) << 8 | std::uint32_t(Clamp(l + blue));
+        }
+    }
 }
 
 void YuvConverter::Chroma(int redSum, int greenSum, int blueSum, int log2Count, std::uint8_t& cb,
@@ -146,12 +159,8 @@ void PlanarToBgra(const std::uint8_t* planes, const PlanarLayout& f, const YuvCo
     const std::uint8_t* crPlane = cbPlane + std::size_t(cw) * f.ChromaHeight();
     for (int y = 0; y < f.height; ++y) {
         const std::size_t chromaRow = std::size_t(ChromaRowOf(y, f.shiftY, f.fieldChroma)) * cw;
-        const std::uint8_t* luma = planes + std::size_t(y) * f.width;
-        std::uint32_t* out = pels + std::size_t(y) * f.width;
-        for (int x = 0; x < f.width; ++x) {
-            const std::size_t c = chromaRow + std::size_t(x >> f.shiftX);
-            out[x] = yuv.ToPel(luma[x], cbPlane[c], crPlane[c]);
-        }
+        yuv.DecodeRow(planes + std::size_t(y) * f.width, cbPlane + chromaRow, crPlane + chromaRow,
+                      f.shiftX, 0, f.width, pels + std::size_t(y) * f.width);
     }
 }
 

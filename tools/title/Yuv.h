@@ -20,7 +20,11 @@ class YuvConverter {
 
     Matrix Which() const { return matrix; }
 
-    std::uint8_t Luma(std::uint32_t pel) const;
+    std::uint8_t Luma(std::uint32_t pel) const
+    {
+        const int sum = yr * int(pel >> 16 & 0xFF) + yg * int(pel >> 8 & 0xFF) + yb * int(pel & 0xFF);
+        return std::uint8_t(16 + ((sum + (1 << 19)) >> 20));
+    }
     // Chroma of the mean of 1 << log2Count pixels whose channels are summed
     // (the division rides in the fixed-point shift).
     void Chroma(int redSum, int greenSum, int blueSum, int log2Count, std::uint8_t& cb,
@@ -36,6 +40,11 @@ class YuvConverter {
         return 0xFF000000u | std::uint32_t(Clamp(r)) << 16 | std::uint32_t(Clamp(g)) << 8 |
                std::uint32_t(Clamp(b));
     }
+
+    // Pixels x0 .. x0 + count - 1 of one row, pixel x taking chroma sample
+    // x >> shiftX of the chroma rows.
+    void DecodeRow(const std::uint8_t* luma, const std::uint8_t* cb, const std::uint8_t* cr,
+                   int shiftX, int x0, int count, std::uint32_t* out) const;
 
   private:
     // Terms are in 1/65536ths with the rounding half folded into the luma term.

@@ -274,6 +274,8 @@ void Render::Convert(Slot& slot)
 {
     slot.bytes = slot.frame.data();
     slot.count = slot.frame.size();
+    if (o.output == OutputKind::None)
+        return;
     const PlanarLayout layout = LayoutOf(format);
     const YuvConverter yuv(matrix);
     if (o.output == OutputKind::Y4m && format.bgra) {
