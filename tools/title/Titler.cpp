@@ -2,19 +2,6 @@
 
 namespace title {
 
-Matrix MatrixFor(MatrixChoice choice, int height)
-{
-    if (choice == MatrixChoice::Auto)
-        return height > 576 ? Matrix::Bt709 : Matrix::Bt601;
-    return choice == MatrixChoice::Bt709 ? Matrix::Bt709 : Matrix::Bt601;
-}
-
-PlanarLayout LayoutOf(const VideoFormat& f)
-{
-    // 4:2:0 chroma of interlaced frames pairs rows of one field.
-    return {f.width, f.height, f.chromaShiftX, f.chromaShiftY, f.interlace != Interlace::None};
-}
-
 FrameTitler::FrameTitler(Scene& s, const VideoFormat& f, Matrix matrix)
     : scene(s), format(f), planar(LayoutOf(f), matrix)
 {

@@ -11,11 +11,6 @@
 
 namespace title {
 
-// BT.709 for frames taller than 576 lines, BT.601 otherwise, unless chosen.
-Matrix MatrixFor(MatrixChoice choice, int height);
-
-PlanarLayout LayoutOf(const VideoFormat& format);
-
 class FrameTitler {
   public:
     FrameTitler(Scene& scene, const VideoFormat& format, Matrix matrix);

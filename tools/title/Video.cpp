@@ -65,6 +65,18 @@ void HeaderChroma(const std::string& text, VideoFormat& f)
 
 } // namespace
 
+Matrix MatrixFor(MatrixChoice choice, int height)
+{
+    if (choice == MatrixChoice::Auto)
+        return height > 576 ? Matrix::Bt709 : Matrix::Bt601;
+    return choice == MatrixChoice::Bt709 ? Matrix::Bt709 : Matrix::Bt601;
+}
+
+PlanarLayout LayoutOf(const VideoFormat& f)
+{
+    return {f.width, f.height, f.chromaShiftX, f.chromaShiftY, f.interlace != Interlace::None};
+}
+
 VideoFormat ParseY4mHeader(const std::string& line)
 {
     static const char kMagic[] = "YUV4MPEG2";

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Options.h"
+#include "Yuv.h"
 
 namespace title {
 
@@ -28,6 +29,13 @@ struct VideoFormat {
     std::size_t ChromaBytes() const { return std::size_t(ChromaWidth()) * ChromaHeight(); }
     std::size_t FrameBytes() const { return bgra ? LumaBytes() * 4 : LumaBytes() + 2 * ChromaBytes(); }
 };
+
+// BT.709 for frames taller than 576 lines, BT.601 otherwise, unless chosen.
+Matrix MatrixFor(MatrixChoice choice, int height);
+
+// How the planes of a Y'CbCr format lie; interlaced 4:2:0 chroma pairs rows
+// of one field.
+PlanarLayout LayoutOf(const VideoFormat& format);
 
 // The stream header line (without its newline) parsed; throws ToolError for a
 // header this tool cannot read, naming what is wrong.
