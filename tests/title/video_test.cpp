@@ -1,6 +1,7 @@
 // flower-title over video: clips made by ffmpeg go in, and what comes out is
 // checked sample by sample against them.
 #include <csignal>
+#include <functional>
 #include <spawn.h>
 #include <thread>
 
@@ -228,6 +229,75 @@ TEST_F(TitleTool, BadVideoInputExitsTwoWithOneMessage)
     const Y4m kept(Slurp(dir + "/a.y4m"), 160 * 96 * 3 / 2);
     EXPECT_TRUE(kept.whole);
     EXPECT_EQ(kept.frames.size(), 2u);
+}
+
+// Feeds `total` opaque black 160x96 BGRA frames to a crawl of the items file;
+// `change` runs once the first `changeAfter` output frames have come out.
+std::vector<Frame> TickerFrames(const std::string& dir, int total, int changeAfter,
+                                const std::function<void()>& change)
+{
+    const std::string out = dir + "/ticker.raw";
+    const std::string command = "cd '" + dir + "' && '" FLOWER_TITLE_EXE
+                                "' crawl --input - --input-format bgra --input-size 160x96 "
+                                "--fps 25 --items items.txt --speed 75 --fade 0 --band "
+                                "'#00000000' --font-size 24 --quiet -o - > ticker.raw";
+    std::FILE* tool = popen(command.c_str(), "w");
+    EXPECT_NE(tool, nullptr);
+    if (!tool)
+        return {};
+    const std::vector<std::uint32_t> black(160 * 96, 0xFF000000u);
+    for (int n = 0; n < total; ++n) {
+        std::fwrite(black.data(), 4, black.size(), tool);
+        if (n + 1 != changeAfter)
+            continue;
+        std::fflush(tool);
+        struct stat st {};
+        for (int i = 0; i < 1000; ++i) { // until the frames are out, 20 s at most
+            if (stat(out.c_str(), &st) == 0 && st.st_size >= changeAfter * 160 * 96 * 4)
+                break;
+            usleep(20000);
+        }
+        change();
+    }
+    EXPECT_EQ(pclose(tool), 0);
+    std::vector<Frame> frames;
+    const std::string bytes = Slurp(out);
+    for (std::size_t at = 0; at + 160 * 96 * 4 <= bytes.size(); at += 160 * 96 * 4) {
+        frames.emplace_back(160 * 96);
+        std::memcpy(frames.back().data(), bytes.data() + at, 160 * 96 * 4);
+    }
+    return frames;
+}
+
+// At 3 pixels a frame every frame is the one before moved 3 pixels left,
+// new items included: the change shows up at an item boundary, entering at
+// the right edge, and never makes the crawl jump.
+TEST_F(TitleTool, ItemsFileChangedMidRenderJoinsAtTheNextItem)
+{
+    const auto write = [this](const char* text) {
+        std::ofstream(dir + "/items.new") << text;
+        std::rename((dir + "/items.new").c_str(), (dir + "/items.txt").c_str());
+    };
+    write("IIII\nHH\n");
+    const std::vector<Frame> same = TickerFrames(dir, 90, 0, [] {});
+    const std::vector<Frame> changed =
+        TickerFrames(dir, 90, 30, [&] { write("IIII\nHH\nWWWWWW\n"); });
+    ASSERT_EQ(same.size(), 90u);
+    ASSERT_EQ(changed.size(), 90u);
+    for (std::size_t n = 0; n + 1 < changed.size(); ++n)
+        for (int y = 0; y < 96; ++y)
+            for (int x = 0; x + 3 < 160; ++x)
+                ASSERT_EQ(changed[n + 1][y * 160 + x], changed[n][y * 160 + x + 3])
+                    << "frame " << n << " x " << x << " y " << y;
+    std::size_t first = 0;
+    while (first < same.size() && same[first] == changed[first])
+        ++first;
+    ASSERT_LT(first, same.size()) << "the new item never showed";
+    EXPECT_GE(first, 30u);
+    for (int y = 0; y < 96; ++y)
+        for (int x = 0; x < 150; ++x)
+            ASSERT_EQ(same[first][y * 160 + x], changed[first][y * 160 + x])
+                << "the first new frame differs away from the right edge at x " << x;
 }
 
 TEST_F(TitleTool, VersionIsTheLibrarys)
