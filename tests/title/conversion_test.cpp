@@ -86,9 +86,9 @@ void DecodeModel(const MatrixWeights& m, int y, int cb, int cr, double rgb[3])
 
 } // namespace
 
-// Each decoded channel is the model rounded: the three 16-bit terms add at
-// most 3/65536 of error, so only values that close to .5 may round the
-// other way; out-of-gamut values clamp.
+// Each decoded channel is the model rounded: the 16-bit weights, applied to
+// samples up to 255, add less than 1/128 of error, so only values that close
+// to .5 may round the other way; out-of-gamut values clamp.
 TEST(YuvConversion, DecodesToTheModelRoundedAndClamped)
 {
     for (const MatrixWeights& m : kMatrices) {
@@ -103,7 +103,7 @@ TEST(YuvConversion, DecodesToTheModelRoundedAndClamped)
                     for (int k = 0; k < 3; ++k) {
                         const int value = int(got >> (16 - 8 * k) & 0xFF);
                         const double want = std::min(255.0, std::max(0.0, model[k]));
-                        ASSERT_LE(std::fabs(want - value), 0.5 + 4.0 / 65536)
+                        ASSERT_LE(std::fabs(want - value), 0.5 + 1.0 / 128)
                             << y << " " << cb << " " << cr << " channel " << k;
                     }
                 }

@@ -82,14 +82,16 @@ void PlanarCompositor::CompositChromaRow(std::uint8_t* planes, const OverlayPatc
     for (int k = 0; k < n; ++k) {
         if (rows[k] < s.y0 || rows[k] >= s.y1)
             continue;
-        const std::uint32_t* top = patch.Row(rows[k] - patch.y) - patch.x;
-        for (int x = s.x0; x < s.x1; ++x)
-            if (top[x] >> 24) {
-                coveredBlocks[std::size_t(x >> layout.shiftX)] = 1;
-                any = true;
-            }
+        const std::uint32_t* top = patch.Row(rows[k] - patch.y) + (s.x0 - patch.x);
+        MarkCovered(top, s.x0, s.x1);
+        any = true;
     }
     if (!any)
+        return;
+    std::uint8_t anyCovered = 0;
+    for (int block = firstBlock; block < endBlock; ++block)
+        anyCovered |= coveredBlocks[std::size_t(block)];
+    if (!anyCovered)
         return;
     for (int block = firstBlock; block < endBlock;) {
         if (!coveredBlocks[std::size_t(block)]) {
@@ -102,6 +104,27 @@ void PlanarCompositor::CompositChromaRow(std::uint8_t* planes, const OverlayPatc
         CompositRun(planes, patch, j, rows, n, block, runEnd);
         block = runEnd;
     }
+}
+
+// Flags the blocks of pixels x0 .. x1 - 1 whose `top` (pixel x0 first) is not
+// transparent.
+void PlanarCompositor::MarkCovered(const std::uint32_t* top, int x0, int x1)
+{
+    std::uint8_t* flags = coveredBlocks.data();
+    if (layout.shiftX == 0) {
+        for (int x = x0; x < x1; ++x)
+            flags[x] |= std::uint8_t(top[x - x0] > 0xFFFFFFu);
+        return;
+    }
+    int x = x0;
+    if (x & 1) {
+        flags[x >> 1] |= std::uint8_t(top[0] > 0xFFFFFFu);
+        ++x;
+    }
+    const int pairs = (x1 - x) / 2;
+    yuv.Kernels().markCoveredPairs(top + (x - x0), pairs, flags + (x >> 1));
+    for (x += 2 * pairs; x < x1; ++x)
+        flags[x >> 1] |= std::uint8_t(top[x - x0] > 0xFFFFFFu);
 }
 
 void PlanarCompositor::CompositRun(std::uint8_t* planes, const OverlayPatch& patch, int j,
@@ -122,17 +145,23 @@ void PlanarCompositor::CompositRun(std::uint8_t* planes, const OverlayPatch& pat
         yuv.DecodeRow(luma, cb, cr, layout.shiftX, x0, x1 - x0, rgb.data());
         if (rows[k] < s.y0 || rows[k] >= s.y1 || cx0 >= cx1)
             continue;
-        const std::uint32_t* top = patch.Row(rows[k] - patch.y) - patch.x;
-        std::uint32_t* dst = rgb.data() - x0;
-        ::Composit(Bytes(dst + cx0), 0, Bytes(dst + cx0), 0, Bytes(top + cx0), 0, cx1 - cx0, 1);
-        for (int x = cx0; x < cx1; ++x)
-            if (top[x] >> 24)
-                luma[x] = yuv.Luma(dst[x]);
+        const std::uint32_t* top = patch.Row(rows[k] - patch.y) + (cx0 - patch.x);
+        std::uint32_t* dst = rgb.data() + (cx0 - x0);
+        ::Composit(Bytes(dst), 0, Bytes(dst), 0, Bytes(top), 0, cx1 - cx0, 1);
+        yuv.Kernels().encodeCoveredLuma(yuv.Coefficients(), dst, top, cx1 - cx0, luma + cx0);
     }
     // Every block of the run holds a covered pixel: its chroma is the mean of
-    // its pixels as they now are.
+    // its pixels as they now are. Whole pairs go to the kernel.
     const int blockWidth = 1 << layout.shiftX;
-    for (int bx = x0; bx < x1; bx += blockWidth) {
+    int bx = x0;
+    if (layout.shiftX == 1) {
+        const int pairs = (x1 - x0) / 2;
+        yuv.Kernels().encodePairChroma(yuv.Coefficients(), scratch[0].data(),
+                                       scratch[n - 1].data(), n, pairs, cb + (x0 >> 1),
+                                       cr + (x0 >> 1));
+        bx += 2 * pairs;
+    }
+    for (; bx < x1; bx += blockWidth) {
         const int bx1 = std::min(bx + blockWidth, x1);
         int r = 0, g = 0, b = 0, pixels = 0;
         for (int k = 0; k < n; ++k)

@@ -38,6 +38,7 @@ class PlanarCompositor {
 
   private:
     void CompositChromaRow(std::uint8_t* planes, const OverlayPatch& patch, int chromaRow);
+    void MarkCovered(const std::uint32_t* top, int x0, int x1);
     void CompositRun(std::uint8_t* planes, const OverlayPatch& patch, int chromaRow,
                      const int* rows, int rowCount, int firstBlock, int endBlock);
 

@@ -1,7 +1,3 @@
-// Forward coefficients are the matrix's, scaled for 16..235 luma and 16..240
-// chroma, in 20-bit fixed point: close enough to the exact values that only
-// results within 1/2000 of a rounding boundary can differ. The inverse uses
-// 16-bit tables, one per term, so a pixel costs five look-ups.
 #include "Yuv.h"
 
 #include <algorithm>
@@ -11,7 +7,7 @@
 namespace title {
 namespace {
 
-constexpr int kShift = 20; // Luma in the header spells it out
+constexpr int kShift = 20;
 
 int Fixed(double v, int shift)
 {
@@ -48,54 +44,42 @@ std::uint8_t RoundedChroma(long long sum, int shift)
 
 } // namespace
 
-YuvConverter::YuvConverter(Matrix m) : matrix(m)
+YuvConverter::YuvConverter(Matrix m) : matrix(m), k{}, kernels(ActiveYuvKernels())
 {
     const Weights w = WeightsOf(m);
     const double kg = 1 - w.kr - w.kb, ys = 219.0 / 255, cs = 224.0 / 255;
-    yr = Fixed(w.kr * ys, kShift);
-    yg = Fixed(kg * ys, kShift);
-    yb = Fixed(w.kb * ys, kShift);
-    cbr = Fixed(-w.kr / (2 * (1 - w.kb)) * cs, kShift);
-    cbg = Fixed(-kg / (2 * (1 - w.kb)) * cs, kShift);
-    cbb = Fixed(0.5 * cs, kShift);
-    crr = Fixed(0.5 * cs, kShift);
-    crg = Fixed(-kg / (2 * (1 - w.kr)) * cs, kShift);
-    crb = Fixed(-w.kb / (2 * (1 - w.kr)) * cs, kShift);
-    for (int v = 0; v < 256; ++v) {
-        const double luma = (v - 16) * 255.0 / 219, chroma = (v - 128) * 255.0 / 224;
-        lumaTerm[std::size_t(v)] = Fixed(luma, 16) + (1 << 15);
-        redFromCr[std::size_t(v)] = Fixed(2 * (1 - w.kr) * chroma, 16);
-        blueFromCb[std::size_t(v)] = Fixed(2 * (1 - w.kb) * chroma, 16);
-        greenFromCb[std::size_t(v)] = Fixed(-2 * w.kb * (1 - w.kb) / kg * chroma, 16);
-        greenFromCr[std::size_t(v)] = Fixed(-2 * w.kr * (1 - w.kr) / kg * chroma, 16);
-    }
-}
-
-void YuvConverter::DecodeRow(const std::uint8_t* luma, const std::uint8_t* cb,
-                             const std::uint8_t* cr, int shiftX, int x0, int count,
-                             std::uint32_t* out) const
-{
-    // Chroma terms once per sample, shared by the pixels of its block.
-    const int end = x0 + count;
-    for (int x = x0; x < end;) {
-        const int c = x >> shiftX;
-        const int red = redFromCr[cr[c]], blue = blueFromCb[cb[c]];
-        const int green = greenFromCb[cb[c]] + greenFromCr[cr[c]];
-        const int blockEnd = std::min(end, (c + 1) << shiftX);
-        for (; x < blockEnd; ++x) {
-            const int l = lumaTerm[luma[x]];
-            *out++ = 0xFF000000u | std::uint32_t(Clamp(l + red)) << 16 |
-                     std::uint32_t(Clamp(l + green)) << 8 | std::uint32_t(Clamp(l + blue));
-        }
-    }
+    k.yr = Fixed(w.kr * ys, kShift);
+    k.yg = Fixed(kg * ys, kShift);
+    k.yb = Fixed(w.kb * ys, kShift);
+    k.cbr = Fixed(-w.kr / (2 * (1 - w.kb)) * cs, kShift);
+    k.cbg = Fixed(-kg / (2 * (1 - w.kb)) * cs, kShift);
+    k.cbb = Fixed(0.5 * cs, kShift);
+    k.crr = Fixed(0.5 * cs, kShift);
+    k.crg = Fixed(-kg / (2 * (1 - w.kr)) * cs, kShift);
+    k.crb = Fixed(-w.kb / (2 * (1 - w.kr)) * cs, kShift);
+    // R' = 255/219 (Y' - 16) + 2 (1 - Kr) 255/224 (Cr - 128), and alike.
+    const double luma = 255.0 / 219, chroma = 255.0 / 224;
+    const double redCr = 2 * (1 - w.kr) * chroma, blueCb = 2 * (1 - w.kb) * chroma;
+    const double greenCb = -2 * w.kb * (1 - w.kb) / kg * chroma;
+    const double greenCr = -2 * w.kr * (1 - w.kr) / kg * chroma;
+    k.luma = Fixed(luma, 16);
+    k.redCr = Fixed(redCr, 16);
+    k.greenCb = Fixed(greenCb, 16);
+    k.greenCr = Fixed(greenCr, 16);
+    k.blueCb = Fixed(blueCb, 16);
+    k.redBias = Fixed(-16 * luma - 128 * redCr + 0.5, 16);
+    k.greenBias = Fixed(-16 * luma - 128 * (greenCb + greenCr) + 0.5, 16);
+    k.blueBias = Fixed(-16 * luma - 128 * blueCb + 0.5, 16);
 }
 
 void YuvConverter::Chroma(int redSum, int greenSum, int blueSum, int log2Count, std::uint8_t& cb,
                           std::uint8_t& cr) const
 {
     const int shift = kShift + log2Count;
-    cb = RoundedChroma(1LL * cbr * redSum + 1LL * cbg * greenSum + 1LL * cbb * blueSum, shift);
-    cr = RoundedChroma(1LL * crr * redSum + 1LL * crg * greenSum + 1LL * crb * blueSum, shift);
+    cb = RoundedChroma(1LL * k.cbr * redSum + 1LL * k.cbg * greenSum + 1LL * k.cbb * blueSum,
+                       shift);
+    cr = RoundedChroma(1LL * k.crr * redSum + 1LL * k.crg * greenSum + 1LL * k.crb * blueSum,
+                       shift);
 }
 
 YuvPixel YuvConverter::ToYuv(std::uint32_t pel) const
@@ -103,6 +87,43 @@ YuvPixel YuvConverter::ToYuv(std::uint32_t pel) const
     YuvPixel p{Luma(pel), 0, 0};
     Chroma(Red(pel), Green(pel), Blue(pel), 0, p.cb, p.cr);
     return p;
+}
+
+std::uint32_t YuvConverter::ToPel(int y, int cb, int cr) const
+{
+    const std::uint8_t luma = std::uint8_t(y), blue = std::uint8_t(cb), red = std::uint8_t(cr);
+    std::uint32_t pel = 0;
+    kernels.decode(k, &luma, &blue, &red, 1, &pel);
+    return pel;
+}
+
+void YuvConverter::DecodeRow(const std::uint8_t* luma, const std::uint8_t* cb,
+                             const std::uint8_t* cr, int shiftX, int x0, int count,
+                             std::uint32_t* out) const
+{
+    if (shiftX == 0) {
+        kernels.decode(k, luma + x0, cb + x0, cr + x0, count, out);
+        return;
+    }
+    // Each chroma sample spread over its block, so the kernel runs pixel by pixel.
+    spread.resize(2 * std::size_t(count));
+    std::uint8_t* spreadCb = spread.data();
+    std::uint8_t* spreadCr = spreadCb + count;
+    // x0 may start inside a block; the pairs kernel takes the whole pairs.
+    int i = 0;
+    if (x0 & 1) {
+        spreadCb[0] = cb[x0 >> 1];
+        spreadCr[0] = cr[x0 >> 1];
+        i = 1;
+    }
+    const int pairs = (count - i) / 2;
+    kernels.spreadPairs(cb + ((x0 + i) >> 1), pairs, spreadCb + i);
+    kernels.spreadPairs(cr + ((x0 + i) >> 1), pairs, spreadCr + i);
+    for (i += 2 * pairs; i < count; ++i) {
+        spreadCb[i] = cb[(x0 + i) >> 1];
+        spreadCr[i] = cr[(x0 + i) >> 1];
+    }
+    kernels.decode(k, luma + x0, spreadCb, spreadCr, count, out);
 }
 
 int LumaRowsOf(int chromaRow, int shiftY, bool fieldChroma, int height, int rows[2])

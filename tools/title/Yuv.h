@@ -1,10 +1,14 @@
 // Limited-range 8-bit Y'CbCr and R'G'B' in both directions, for BT.601 and
-// BT.709, in fixed point.
+// BT.709, in fixed point: forward weights in 1/2^20, close enough to the exact
+// values that only results within 1/2000 of a rounding boundary can differ;
+// the inverse in 1/65536, within 1/128 of the exact value before rounding.
 #ifndef FLOWER_TITLE_YUV_H
 #define FLOWER_TITLE_YUV_H
 
-#include <array>
 #include <cstdint>
+#include <vector>
+
+#include "YuvKernels.h"
 
 namespace title {
 
@@ -19,11 +23,14 @@ class YuvConverter {
     explicit YuvConverter(Matrix matrix);
 
     Matrix Which() const { return matrix; }
+    const YuvCoefficients& Coefficients() const { return k; }
+    const YuvKernels& Kernels() const { return kernels; }
 
     std::uint8_t Luma(std::uint32_t pel) const
     {
-        const int sum = yr * int(pel >> 16 & 0xFF) + yg * int(pel >> 8 & 0xFF) + yb * int(pel & 0xFF);
-        return std::uint8_t(16 + ((sum + (1 << 19)) >> 20));
+        const int sum = k.yr * int(pel >> 16 & 0xFF) + k.yg * int(pel >> 8 & 0xFF) +
+                        k.yb * int(pel & 0xFF) + (1 << 19);
+        return std::uint8_t(16 + (sum >> 20));
     }
     // Chroma of the mean of 1 << log2Count pixels whose channels are summed
     // (the division rides in the fixed-point shift).
@@ -31,15 +38,7 @@ class YuvConverter {
                 std::uint8_t& cr) const;
     YuvPixel ToYuv(std::uint32_t pel) const;
     // An opaque 0xFFRRGGBB; out-of-gamut results clamp to 0..255.
-    std::uint32_t ToPel(int y, int cb, int cr) const
-    {
-        const int luma = lumaTerm[y];
-        const int r = luma + redFromCr[cr];
-        const int g = luma + greenFromCb[cb] + greenFromCr[cr];
-        const int b = luma + blueFromCb[cb];
-        return 0xFF000000u | std::uint32_t(Clamp(r)) << 16 | std::uint32_t(Clamp(g)) << 8 |
-               std::uint32_t(Clamp(b));
-    }
+    std::uint32_t ToPel(int y, int cb, int cr) const;
 
     // Pixels x0 .. x0 + count - 1 of one row, pixel x taking chroma sample
     // x >> shiftX of the chroma rows.
@@ -47,16 +46,10 @@ class YuvConverter {
                    int shiftX, int x0, int count, std::uint32_t* out) const;
 
   private:
-    // Terms are in 1/65536ths with the rounding half folded into the luma term.
-    static int Clamp(int v)
-    {
-        v >>= 16;
-        return v < 0 ? 0 : v > 255 ? 255 : v;
-    }
-
     Matrix matrix;
-    int yr, yg, yb, cbr, cbg, cbb, crr, crg, crb; // forward, 20-bit fixed point
-    std::array<int, 256> lumaTerm, redFromCr, greenFromCb, greenFromCr, blueFromCb;
+    YuvCoefficients k;
+    const YuvKernels& kernels;
+    mutable std::vector<std::uint8_t> spread; // chroma per pixel for DecodeRow
 };
 
 // BT.709 limited range from 8-bit R'G'B'; alpha is ignored.
