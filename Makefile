@@ -9,7 +9,8 @@
 JOBS ?= $(shell nproc)
 DEB_PACKAGES := cmake make g++ clang libclang-rt-14-dev pkg-config \
                 libgtest-dev libgmock-dev libbenchmark-dev \
-                libpng-dev libfreetype-dev fonts-dejavu-core libpixman-1-dev
+                libpng-dev libfreetype-dev fonts-dejavu-core libpixman-1-dev \
+                ffmpeg
 CMAKE_COMMON := -DFLOWER_WERROR=ON
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 

@@ -509,43 +509,70 @@ Options ParseOptions(int argc, const char* const* argv)
 
 const char* HelpText()
 {
-    return R"(flower-title: crawls and rolls real text over video frames with libflower
+    return R"(flower-title: crawls and rolls real text over video with libflower
 
 usage: flower-title crawl|roll|still [options]
+       flower-title --help | --version
 
 commands
   crawl   one line of text moving horizontally (add a roll with --with-roll or --text-file)
   roll    a block of centred lines moving vertically (add a crawl with --with-crawl or --text)
-  still   one frame with a crawl and a roll, at --time seconds
+  still   the titles held at --time (one frame, or every frame of an --input)
 
 text
-  --text TEXT             crawl text (UTF-8)
+  --text TEXT             crawl text (UTF-8, not empty)
+  --items FILE            crawl items, one per line, looping without a gap; a change
+                          to FILE shows at the next item; - reads lines from standard
+                          input as they arrive (a blank line starts a new list)
+  --separator S           between items (default " • ")
   --text-file PATH        roll text, one line per line (UTF-8)
   --font PATH             TrueType/OpenType font (default DejaVu Sans)
   --font-size PX          pixel size (default: frame height / 15)
   --colour #RRGGBB[AA]    text colour (default #FFFFFF)
   --outline PX            outline width, 0 for none (default 0)
   --outline-colour C      outline colour (default #000000)
-  --shadow PX             drop shadow offset, 0 for none (default 0)
+  --shadow DX,DY          drop shadow offset in any direction; N means N,N (default none)
   --shadow-colour C       shadow colour (default #000000A0)
 
-frames
-  --background B          sample | checker | #RRGGBB[AA] | PATH.png (default sample)
-  --band #RRGGBBAA        band under the text (default #102040A0)
+layout
+  --crawl-y Y             top row of the crawl band (default: near the bottom)
+  --band-height PX        height of the crawl band (default: the text's line height
+                          and a margin)
+  --band #RRGGBBAA        band and roll panel colour, #00000000 for none
+                          (default #102040A0)
+  --background B          sample | checker | #RRGGBB[AA] | PATH.png (default sample;
+                          not with --input)
+  --background-fit F      stretch | fit | fill: how a PATH.png meets the frame (default
+                          stretch; fit keeps the aspect ratio on black, fill crops)
+
+motion
   --speed PX              pixels per second for crawl and roll (defaults: width / 6, height / 8)
   --crawl-speed, --roll-speed PX   the same for one of them
   --fade PX               fade zone at both ends (default: width / 24 for a crawl,
                           height / 16 for a roll)
   --filter K              vertical roll filter strength 0..128 (default 32)
-  --interlace tff|bff     render each field at its own time and weave them
+  --seconds S             length (default 6; with --input, until the input ends);
+                          0: until the input ends or the tool is interrupted
+  --time T                time of the still, of the first frame, or of the input frame
+                          a .png output shows
+
+video in
+  --input PATH            YUV4MPEG2 (8-bit 4:2:0, 4:2:2 or 4:4:4), - for standard input;
+                          its size, rate and field order are the output's, and every
+                          sample the titles do not cover passes through unchanged
+  --input-format bgra     raw BGRA frames instead; needs --input-size WxH and --fps R
+  --matrix bt709|bt601    Y'CbCr colour matrix (default: bt709 above 576 lines,
+                          bt601 otherwise)
+
+frames (without --input)
   --size WxH              frame size (default 1280x720)
   --fps R                 frame rate: 25, 50, 29.97, 30000/1001 ... (default 25)
-  --seconds S             length of a crawl or roll (default 6)
-  --time T                time of the still, or of the frame a .png output shows
+  --interlace tff|bff     render each field at its own time and weave them
 
 output
-  -o, --output PATH       PATH.png (one frame), PATH.y4m (YUV4MPEG2 4:2:0, BT.709
-                          limited range) or - (raw BGRA frames on stdout)
+  -o, --output PATH       PATH.png (one frame), PATH.y4m, - (standard output) or a
+                          pipe or device; regular files appear only when complete
+  --format y4m|bgra|png   what to write (default: from the name; - is raw BGRA)
   --benchmark             render every frame without writing and report the speed
   --quiet                 no progress bar and no closing line
 
@@ -553,11 +580,17 @@ examples
   flower-title still -o title.png
   flower-title crawl --text "Breaking news" --speed 200 --outline 2 -o crawl.y4m
   flower-title roll --text-file credits.txt --interlace tff --fps 25 -o roll.y4m
+  ffmpeg -i in.mp4 -f yuv4mpegpipe - |
+      flower-title crawl --input - --items news.txt -o - --format y4m |
+      ffmpeg -i - -i in.mp4 -map 0:v -map 1:a? -c:v libx264 -pix_fmt yuv420p \
+             -colorspace bt709 -color_primaries bt709 -color_trc bt709 -c:a copy out.mp4
   flower-title crawl --with-roll --size 1920x1080 -o - |
-      ffmpeg -f rawvideo -pixel_format bgra -video_size 1920x1080 -framerate 25 -i - out.mp4
+      ffmpeg -f rawvideo -pixel_format bgra -video_size 1920x1080 -framerate 25 -i - \
+             -pix_fmt yuv420p out.mp4
 
-Bad arguments, unreadable fonts or pictures and unwritable outputs exit with status 2
-and leave no file behind.
+Bad arguments, inputs, fonts or pictures and unwritable outputs exit with status 2
+and one message, leaving no file behind. An interrupted render without an end
+closes its output at the last whole frame.
 )";
 }
 
