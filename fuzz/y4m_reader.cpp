@@ -79,7 +79,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             raw.height = 16 + data[2] % 32;
             raw.bgra = true;
         }
-        title::VideoReader reader = bgra ? title::VideoReader(source, raw) : title::VideoReader(source);
+        title::VideoReader reader =
+            bgra ? title::VideoReader(source, raw) : title::VideoReader(source);
         const title::VideoFormat& f = reader.Format();
         if (f.FrameBytes() > kMaxFrameBytes)
             return 0;

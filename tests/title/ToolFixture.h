@@ -32,9 +32,10 @@ inline std::string Slurp(const std::string& path)
 
 // Small frames keep every render quick; a clear frame with no band shows the crawl alone.
 inline const std::string kSmall = " --size 160x96 --fps 25 --quiet";
-inline const std::string kBareCrawl = "crawl --background '#00000000' --band '#00000000' --font-size 24 "
-                               "--fade 0 --text 'Flower IIMW'" +
-                               kSmall;
+inline const std::string kBareCrawl =
+    "crawl --background '#00000000' --band '#00000000' --font-size 24 "
+    "--fade 0 --text 'Flower IIMW'" +
+    kSmall;
 
 class TitleTool : public ::testing::Test {
   protected:
@@ -101,9 +102,10 @@ class TitleTool : public ::testing::Test {
     void MakeClip(const std::string& name, const std::string& size, int frames,
                   const std::string& args) const
     {
-        const Result r = Run("-v error -f lavfi -i testsrc2=size=" + size + ":rate=25 -frames:v " +
-                                 std::to_string(frames) + " " + args + " -f yuv4mpegpipe -y " + name,
-                             "ffmpeg");
+        const Result r =
+            Run("-v error -f lavfi -i testsrc2=size=" + size + ":rate=25 -frames:v " +
+                    std::to_string(frames) + " " + args + " -f yuv4mpegpipe -y " + name,
+                "ffmpeg");
         ASSERT_EQ(r.status, 0) << r.err;
     }
 

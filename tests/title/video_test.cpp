@@ -54,8 +54,8 @@ void ExpectOutsideBandUntouched(const Y4m& in, const Y4m& out, int width, int he
                 const std::vector<int> rows = RowsOfChromaRow(j, shiftY, interlaced);
                 if (std::any_of(rows.begin(), rows.end(), InBand))
                     continue;
-                const std::size_t at = std::size_t(width) * height +
-                                       std::size_t(plane) * cw * ch + std::size_t(j) * cw;
+                const std::size_t at = std::size_t(width) * height + std::size_t(plane) * cw * ch +
+                                       std::size_t(j) * cw;
                 ASSERT_EQ(a.compare(at, cw, b, at, cw), 0)
                     << "chroma plane " << plane << " row " << j << " of frame " << n;
             }
@@ -94,11 +94,12 @@ TEST_F(TitleTool, Y4mInputKeepsItsFormatAndEverySampleOutsideTheBand)
                                  "stream=width,height,r_frame_rate,nb_read_frames,field_order "
                                  "-of default=nw=1 out.y4m",
                                  "ffprobe");
-        for (const char* line : {"width=320", "height=240", "r_frame_rate=25/1", "nb_read_frames=6"})
+        for (const char* line :
+             {"width=320", "height=240", "r_frame_rate=25/1", "nb_read_frames=6"})
             EXPECT_NE(probe.out.find(line), std::string::npos) << line << " in\n" << probe.out;
-        EXPECT_NE(probe.out.find(c.interlaced ? (c.args[4] == 's' ? "field_order=bb"
-                                                                   : "field_order=tt")
-                                              : "field_order=progressive"),
+        EXPECT_NE(probe.out.find(c.interlaced
+                                     ? (c.args[4] == 's' ? "field_order=bb" : "field_order=tt")
+                                     : "field_order=progressive"),
                   std::string::npos)
             << probe.out;
     }
@@ -141,6 +142,10 @@ TEST_F(TitleTool, StreamsToPipesAndFifos)
                                 "/bin/sh");
     EXPECT_NE(viaShell.out.find("width=320"), std::string::npos) << viaShell.out << viaShell.err;
     EXPECT_NE(viaShell.out.find("nb_read_frames=5"), std::string::npos) << viaShell.out;
+    // A device path is written in place too.
+    const Result device = Run("crawl --input in.y4m -o /dev/stdout --format y4m --quiet");
+    EXPECT_EQ(device.status, 0) << device.err;
+    EXPECT_EQ(Y4m(device.out, 320 * 240 * 3 / 2).frames.size(), 5u);
 
     // A FIFO is written in place while a reader drains it.
     ASSERT_EQ(mkfifo((dir + "/live").c_str(), 0600), 0);
@@ -170,12 +175,12 @@ TEST_F(TitleTool, StreamsToPipesAndFifos)
 TEST_F(TitleTool, InterruptedLiveRenderKeepsWholeFrames)
 {
     const std::string out = dir + "/live.y4m";
-    const char* argv[] = {FLOWER_TITLE_EXE, "crawl", "--seconds", "0", "--size", "160x96",
-                          "--quiet", "-o", out.c_str(), nullptr};
+    const char* argv[] = {FLOWER_TITLE_EXE, "crawl",   "--seconds", "0",         "--size",
+                          "160x96",         "--quiet", "-o",        out.c_str(), nullptr};
     pid_t pid = 0;
-    ASSERT_EQ(posix_spawn(&pid, FLOWER_TITLE_EXE, nullptr, nullptr, const_cast<char**>(argv),
-                          environ),
-              0);
+    ASSERT_EQ(
+        posix_spawn(&pid, FLOWER_TITLE_EXE, nullptr, nullptr, const_cast<char**>(argv), environ),
+        0);
     // The temporary file appears once frames flow.
     for (int i = 0; i < 200 && Files().empty(); ++i)
         usleep(20000);
@@ -237,7 +242,8 @@ std::vector<Frame> TickerFrames(const std::string& dir, int total, int changeAft
                                 const std::function<void()>& change)
 {
     const std::string out = dir + "/ticker.raw";
-    const std::string command = "cd '" + dir + "' && '" FLOWER_TITLE_EXE
+    const std::string command = "cd '" + dir +
+                                "' && '" FLOWER_TITLE_EXE
                                 "' crawl --input - --input-format bgra --input-size 160x96 "
                                 "--fps 25 --items items.txt --speed 75 --fade 0 --band "
                                 "'#00000000' --font-size 24 --quiet -o - > ticker.raw";
@@ -298,6 +304,45 @@ TEST_F(TitleTool, ItemsFileChangedMidRenderJoinsAtTheNextItem)
         for (int x = 0; x < 150; ++x)
             ASSERT_EQ(same[first][y * 160 + x], changed[first][y * 160 + x])
                 << "the first new frame differs away from the right edge at x " << x;
+}
+
+// Lines on standard input become the loop as they arrive.
+TEST_F(TitleTool, ItemsFromStandardInputCrawl)
+{
+    const Result shown = Run("-c \"printf 'IIII\\nHH\\n' | '" FLOWER_TITLE_EXE
+                             "' crawl --items - --background '#000000' --band '#00000000' "
+                             "--font-size 24 --speed 400 --time 0.6 --seconds 0.2 --size "
+                             "160x96 --fps 25 --quiet -o -\"",
+                             "/bin/sh");
+    ASSERT_EQ(shown.status, 0) << shown.err;
+    const std::vector<Frame> frames = shown.Frames();
+    ASSERT_EQ(frames.size(), 5u);
+    EXPECT_NE(frames.back(), Frame(160 * 96, 0xFF000000u)) << "no item crawled in";
+}
+
+// A 2:1 picture on a 5:3 frame: fit leaves black bars above and below,
+// fill and stretch cover the frame.
+TEST_F(TitleTool, BackgroundFitKeepsOrFillsThePicture)
+{
+    if (!HaveFfmpeg())
+        GTEST_SKIP() << "ffmpeg is not installed and could not be installed";
+    ASSERT_EQ(
+        Run("-v error -f lavfi -i color=red:size=200x100 -frames:v 1 -y red.png", "ffmpeg").status,
+        0);
+    const std::string still =
+        "crawl --time 0 --seconds 0.04 --background red.png --band '#00000000' --size 160x96 "
+        "--quiet -o - --format bgra --background-fit "; // the text has not come in yet
+    const auto isRed = [](std::uint32_t p) {
+        return p >> 24 == 0xFF && (p >> 16 & 0xFF) >= 0xF0 && (p >> 8 & 0xFF) <= 0x10 &&
+               (p & 0xFF) <= 0x10;
+    };
+    const Frame fit = Run(still + "fit").Frames().at(0);
+    EXPECT_EQ(fit[0], 0xFF000000u);
+    EXPECT_TRUE(isRed(fit[48 * 160])) << std::hex << fit[48 * 160];
+    for (const char* mode : {"fill", "stretch"}) {
+        const Frame f = Run(still + mode).Frames().at(0);
+        EXPECT_TRUE(isRed(f[0])) << mode << " " << std::hex << f[0];
+    }
 }
 
 TEST_F(TitleTool, VersionIsTheLibrarys)

@@ -51,9 +51,9 @@ std::string CleanItem(const std::string& line)
     std::string out;
     for (std::size_t at = 0; at < line.size();) {
         const std::size_t length = SequenceLength(line, at);
-        std::string piece = length == 0                       ? std::string(kReplacement)
-                            : IsControl(line, at, length)     ? std::string(" ")
-                                                              : line.substr(at, length);
+        std::string piece = length == 0                   ? std::string(kReplacement)
+                            : IsControl(line, at, length) ? std::string(" ")
+                                                          : line.substr(at, length);
         at += length == 0 ? 1 : length;
         if (out.size() + piece.size() > kMaxItemBytes)
             break;

@@ -152,8 +152,7 @@ Production Produce(const Options& o, ItemFeed* items)
     }
     if (o.crawl) {
         if (!o.itemsPath.empty())
-            crawl.ticker =
-                std::make_unique<Ticker>(std::move(font), style, o.separator, *items, w);
+            crawl.ticker = std::make_unique<Ticker>(std::move(font), style, o.separator, *items, w);
         else
             crawl.text = MakeTextLayer(font->RenderLine(o.crawlText, margin), style);
     }

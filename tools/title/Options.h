@@ -50,8 +50,8 @@ struct Options {
     BackgroundFit backgroundFit = BackgroundFit::Stretch;
     bool backgroundGiven = false;
     std::uint32_t band = 0xA0102040u;
-    int crawlY = -1;     // top of the crawl band; -1: near the bottom
-    int bandHeight = 0;  // 0: from the font
+    int crawlY = -1;    // top of the crawl band; -1: near the bottom
+    int bandHeight = 0; // 0: from the font
 
     double crawlSpeed = 0; // 0: the command's default
     double rollSpeed = 0;

@@ -29,8 +29,8 @@ bool IsStream(const std::string& path)
     struct stat st;
     if (path.rfind("/dev/", 0) == 0 || path.rfind("/proc/", 0) == 0)
         return true;
-    return stat(path.c_str(), &st) == 0 && (S_ISFIFO(st.st_mode) || S_ISCHR(st.st_mode) ||
-                                            S_ISSOCK(st.st_mode));
+    return stat(path.c_str(), &st) == 0 &&
+           (S_ISFIFO(st.st_mode) || S_ISCHR(st.st_mode) || S_ISSOCK(st.st_mode));
 }
 
 } // namespace

@@ -156,9 +156,8 @@ void PlanarCompositor::CompositRun(std::uint8_t* planes, const OverlayPatch& pat
     int bx = x0;
     if (layout.shiftX == 1) {
         const int pairs = (x1 - x0) / 2;
-        yuv.Kernels().encodePairChroma(yuv.Coefficients(), scratch[0].data(),
-                                       scratch[n - 1].data(), n, pairs, cb + (x0 >> 1),
-                                       cr + (x0 >> 1));
+        yuv.Kernels().encodePairChroma(yuv.Coefficients(), scratch[0].data(), scratch[n - 1].data(),
+                                       n, pairs, cb + (x0 >> 1), cr + (x0 >> 1));
         bx += 2 * pairs;
     }
     for (; bx < x1; bx += blockWidth) {

@@ -9,8 +9,7 @@
 
 namespace title {
 
-template <typename T>
-class Queue {
+template <typename T> class Queue {
   public:
     enum class Status { Ok, Closed, Timeout };
 

@@ -160,8 +160,8 @@ Scene::Scene(int w, int h, std::uint32_t bandColour, CrawlSetup crawlSetup, Roll
         PasteColumns(roll->strip.get(), rollSetup.text.get(), dstX, srcX, 0, r.height,
                      std::min(blockWidth, r.width), blockHeight);
         roll->scratch = NewLayer(r.width, r.height, "roll");
-        MakeBackdrop(*roll, IntersectLayerRegions(Union(rollSetup.panel, r), frame), rollSetup.panel,
-                     bandColour);
+        MakeBackdrop(*roll, IntersectLayerRegions(Union(rollSetup.panel, r), frame),
+                     rollSetup.panel, bandColour);
         elements.push_back(roll.get());
     }
 }

@@ -6,27 +6,28 @@ namespace title {
 
 Ticker::Ticker(std::unique_ptr<Font> f, const TextStyle& s, std::string sep, ItemFeed& itemFeed,
                int width)
-    : font(std::move(f)), style(s), margin(StyleMargin(s)),
-      height(font->LineHeight() + 2 * margin), separator(std::move(sep)), feed(itemFeed),
-      windowWidth(width), clear(NewLayer(width + 2, height, "crawl window"))
+    : font(std::move(f)), style(s), margin(StyleMargin(s)), height(font->LineHeight() + 2 * margin),
+      separator(std::move(sep)), feed(itemFeed), windowWidth(width),
+      clear(NewLayer(width + 2, height, "crawl window"))
 {
 }
 
 Ticker::~Ticker() = default;
 
-const std::shared_ptr<Layer>& Ticker::SegmentLayer(int index)
+std::shared_ptr<Layer> Ticker::Render(int index)
 {
-    std::shared_ptr<Layer>& l = rendered[std::size_t(index)];
-    if (!l)
-        l = std::make_shared<Layer>(
-            MakeTextLayer(font->RenderLine(items[std::size_t(index)] + separator, margin), style));
-    return l;
+    auto text = std::make_shared<Layer>(
+        MakeTextLayer(font->RenderLine(items[std::size_t(index)] + separator, margin), style));
+    // Neighbouring items overlap by their margins, so the pen positions join up.
+    advances[std::size_t(index)] = std::max(1, GetLayerWidth(text->get()) - 2 * margin);
+    return text;
 }
 
-// Neighbouring items overlap by their margins, so the pen positions join up.
 int Ticker::Advance(int index)
 {
-    return std::max(1, GetLayerWidth(SegmentLayer(index)->get()) - 2 * margin);
+    if (advances[std::size_t(index)] < 0)
+        Render(index);
+    return advances[std::size_t(index)];
 }
 
 bool Ticker::TakeNewItems()
@@ -35,8 +36,7 @@ bool Ticker::TakeNewItems()
     if (!feed.Poll(fresh))
         return false;
     items = std::move(fresh);
-    rendered.clear();
-    rendered.resize(items.size());
+    advances.assign(items.size(), -1);
     next = 0;
     return true;
 }
@@ -68,9 +68,9 @@ void Ticker::Extend(long long column)
                 return;
             }
         }
-        const std::shared_ptr<Layer>& text = SegmentLayer(next);
+        std::shared_ptr<Layer> text = Render(next);
         tape.push_back({tapeEnd - margin, text, GetLayerWidth(text->get())});
-        tapeEnd += Advance(next);
+        tapeEnd += advances[std::size_t(next)];
         next = (next + 1) % int(items.size());
     }
 }

@@ -50,7 +50,7 @@ class Ticker {
     void Extend(long long column);
     void Restart(long long column);
     int Advance(int index);
-    const std::shared_ptr<Layer>& SegmentLayer(int index);
+    std::shared_ptr<Layer> Render(int index);
     bool TakeNewItems();
 
     std::unique_ptr<Font> font;
@@ -61,7 +61,9 @@ class Ticker {
     ItemFeed& feed;
     int windowWidth;
     std::vector<std::string> items;
-    std::vector<std::shared_ptr<Layer>> rendered; // per item, made on first use
+    // Per item, measured on first use. Layers live only while on the tape, so
+    // a long list costs the memory of what is in view.
+    std::vector<int> advances;
     std::deque<Segment> tape;
     long long tapeEnd = 0; // where the next item starts
     int next = 0;

@@ -14,7 +14,8 @@ constexpr int kMaxSide = 16384;
 
 int HeaderNumber(const std::string& text, const char* what)
 {
-    if (text.empty() || text.size() > 9 || text.find_first_not_of("0123456789") != std::string::npos)
+    if (text.empty() || text.size() > 9 ||
+        text.find_first_not_of("0123456789") != std::string::npos)
         throw ToolError(std::string("YUV4MPEG2 header: bad ") + what + " '" + text + "'");
     return std::stoi(text);
 }
@@ -133,8 +134,8 @@ std::string Y4mHeaderFor(const VideoFormat& f)
                       : f.interlace == Interlace::BottomFieldFirst ? "Ib"
                                                                    : "Ip";
     return "YUV4MPEG2 W" + std::to_string(f.width) + " H" + std::to_string(f.height) + " F" +
-           std::to_string(f.rate.numerator) + ":" + std::to_string(f.rate.denominator) + " " +
-           tag + " A1:1 C420jpeg XYSCSS=420JPEG XCOLORRANGE=LIMITED";
+           std::to_string(f.rate.numerator) + ":" + std::to_string(f.rate.denominator) + " " + tag +
+           " A1:1 C420jpeg XYSCSS=420JPEG XCOLORRANGE=LIMITED";
 }
 
 VideoReader::VideoReader(ByteSource& s) : source(s), y4m(true), buffer(kBufferBytes)

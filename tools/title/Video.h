@@ -19,7 +19,7 @@ struct VideoFormat {
     int height = 0;
     FrameRate rate;
     Interlace interlace = Interlace::None;
-    bool bgra = false; // raw 0xAARRGGBB frames rather than Y'CbCr planes
+    bool bgra = false;    // raw 0xAARRGGBB frames rather than Y'CbCr planes
     int chromaShiftX = 1; // 4:2:0 is 1, 1; 4:2:2 is 1, 0; 4:4:4 is 0, 0
     int chromaShiftY = 1;
 
@@ -27,7 +27,10 @@ struct VideoFormat {
     int ChromaHeight() const { return (height + (1 << chromaShiftY) - 1) >> chromaShiftY; }
     std::size_t LumaBytes() const { return std::size_t(width) * std::size_t(height); }
     std::size_t ChromaBytes() const { return std::size_t(ChromaWidth()) * ChromaHeight(); }
-    std::size_t FrameBytes() const { return bgra ? LumaBytes() * 4 : LumaBytes() + 2 * ChromaBytes(); }
+    std::size_t FrameBytes() const
+    {
+        return bgra ? LumaBytes() * 4 : LumaBytes() + 2 * ChromaBytes();
+    }
 };
 
 // BT.709 for frames taller than 576 lines, BT.601 otherwise, unless chosen.

@@ -76,10 +76,10 @@ void YuvConverter::Chroma(int redSum, int greenSum, int blueSum, int log2Count, 
                           std::uint8_t& cr) const
 {
     const int shift = kShift + log2Count;
-    cb = RoundedChroma(1LL * k.cbr * redSum + 1LL * k.cbg * greenSum + 1LL * k.cbb * blueSum,
-                       shift);
-    cr = RoundedChroma(1LL * k.crr * redSum + 1LL * k.crg * greenSum + 1LL * k.crb * blueSum,
-                       shift);
+    cb =
+        RoundedChroma(1LL * k.cbr * redSum + 1LL * k.cbg * greenSum + 1LL * k.cbb * blueSum, shift);
+    cr =
+        RoundedChroma(1LL * k.crr * redSum + 1LL * k.crg * greenSum + 1LL * k.crb * blueSum, shift);
 }
 
 YuvPixel YuvConverter::ToYuv(std::uint32_t pel) const

@@ -15,7 +15,7 @@ namespace {
 } // namespace
 
 extern const YuvKernels kYuvKernelsAvx2 = {Decode, EncodeCoveredLuma, SpreadPairs, MarkCoveredPairs,
-                                         EncodePairChroma};
+                                           EncodePairChroma};
 
 } // namespace title
 

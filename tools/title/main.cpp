@@ -122,8 +122,8 @@ void AdoptInputFormat(Options& o, const VideoFormat& f)
                          std::to_string(f.height) + "; leave it out");
     if (o.fpsGiven && (long long)o.fps.numerator * f.rate.denominator !=
                           (long long)f.rate.numerator * o.fps.denominator)
-        throw UsageError("--fps contradicts the input's " + std::to_string(f.rate.numerator) +
-                         "/" + std::to_string(f.rate.denominator) + "; leave it out");
+        throw UsageError("--fps contradicts the input's " + std::to_string(f.rate.numerator) + "/" +
+                         std::to_string(f.rate.denominator) + "; leave it out");
     if (o.interlaceGiven && o.interlace != f.interlace && !f.bgra)
         throw UsageError("--interlace contradicts the input's field order; leave it out");
     o.width = f.width;
@@ -177,8 +177,7 @@ struct Shared {
     }
 };
 
-template <typename T>
-bool PopUntilStopped(Queue<T>& q, T& item, const std::atomic<bool>& stop)
+template <typename T> bool PopUntilStopped(Queue<T>& q, T& item, const std::atomic<bool>& stop)
 {
     for (;;) {
         switch (q.Pop(item)) {
@@ -344,13 +343,12 @@ void Render::Run()
         slot.frame.resize(format.FrameBytes());
         shared.free.Push(&slot);
     }
+    // A Y4M input's own header goes out again: the frames keep its format.
     std::string header;
-    if (o.output == OutputKind::Y4m) {
-        VideoFormat written = format;
-        header = (input.reader && !format.bgra ? input.reader->HeaderLine()
-                                               : Y4mHeaderFor(written)) +
-                 "\n";
-    }
+    if (o.output == OutputKind::Y4m)
+        header =
+            (input.reader && !format.bgra ? input.reader->HeaderLine() : Y4mHeaderFor(format)) +
+            "\n";
     std::thread reader, writer;
     if (input.reader)
         reader = std::thread(ReadFrames, std::ref(*input.reader), std::ref(shared));
@@ -411,7 +409,7 @@ void Render::Run()
     if (shared.inputCut)
         throw ToolError("warning: the input ends inside frame " + std::to_string(seen + 1) +
                         "; the output ends with frame " + std::to_string(done));
-    const std::string where = o.benchmark     ? " (benchmark, nothing written)"
+    const std::string where = o.benchmark      ? " (benchmark, nothing written)"
                               : out->InPlace() ? " to " + out->Name()
                                                : " -> " + out->Name();
     progress.Finish(int(done), o.command == Command::Still ? 0 : done * frameSeconds,
