@@ -25,11 +25,11 @@ struct Scene::Element {
         Blit(p.At(0, 0), p.Pitch(), b.At(0, 0), b.Pitch(), p.Width(), p.Height());
     }
     // `content` (its row `contentRow` at patch row `row`) over the patch.
-    void Add(Marrow::StubLayer* content, int x, int row, int contentRow, int width, int rows)
+    void Add(Marrow::StubLayer* content, int x, int row, int contentRow, int columns, int rows)
     {
         Pixels c(content), p(patch.get());
         Composit(p.At(x, row), p.Pitch(), p.At(x, row), p.Pitch(), c.At(0, contentRow), c.Pitch(),
-                 width, rows);
+                 columns, rows);
     }
 };
 

@@ -403,7 +403,8 @@ void Render::Run()
     if (stoppedByUser && limit >= 0 && o.input == InputKind::None)
         throw ToolError("interrupted; nothing written");
     if (done == 0 && skip > 0)
-        throw ToolError("the input ends before --time " + std::to_string(o.time));
+        throw ToolError("the input ends before frame " + std::to_string(skip + 1) +
+                        ", the one --time asks for");
     if (out)
         out->Commit();
     if (shared.inputCut)
