@@ -162,10 +162,11 @@ TEST_F(TitleTool, StreamsToPipesAndFifos)
     EXPECT_TRUE(got.whole);
 
     // A reader that goes away ends the render with one message.
-    const Result gone = Run("-c \"'" FLOWER_TITLE_EXE
-                            "' crawl --seconds 0 --size 320x240 -o - --quiet 2> err.txt | head -c "
-                            "1000 > /dev/null; exit 0\"",
-                            "/bin/sh");
+    Run("-c \"('" FLOWER_TITLE_EXE
+        "' crawl --seconds 0 --size 320x240 -o - --quiet 2> err.txt; echo \\$? > "
+        "status.txt) | head -c 1000 > /dev/null\"",
+        "/bin/sh");
+    EXPECT_EQ(Slurp(dir + "/status.txt"), "2\n");
     const std::string err = Slurp(dir + "/err.txt");
     EXPECT_NE(err.find("went away"), std::string::npos) << err;
     EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
@@ -306,14 +307,16 @@ TEST_F(TitleTool, ItemsFileChangedMidRenderJoinsAtTheNextItem)
                 << "the first new frame differs away from the right edge at x " << x;
 }
 
-// Lines on standard input become the loop as they arrive.
+// Lines on standard input become the loop; what is there when the render
+// starts is there from its first frame.
 TEST_F(TitleTool, ItemsFromStandardInputCrawl)
 {
-    const Result shown = Run("-c \"printf 'IIII\\nHH\\n' | '" FLOWER_TITLE_EXE
-                             "' crawl --items - --background '#000000' --band '#00000000' "
-                             "--font-size 24 --speed 400 --time 0.6 --seconds 0.2 --size "
-                             "160x96 --fps 25 --quiet -o -\"",
-                             "/bin/sh");
+    std::ofstream(dir + "/items.txt") << "IIII\nHH\n";
+    const Result shown =
+        Run("-c \"'" FLOWER_TITLE_EXE "' crawl --items - --background '#000000' --band '#00000000' "
+            "--font-size 24 --speed 400 --time 0.6 --seconds 0.2 --size "
+            "160x96 --fps 25 --quiet -o - < items.txt\"",
+            "/bin/sh");
     ASSERT_EQ(shown.status, 0) << shown.err;
     const std::vector<Frame> frames = shown.Frames();
     ASSERT_EQ(frames.size(), 5u);

@@ -155,46 +155,55 @@ bool ItemsFile::Poll(std::vector<std::string>& items)
     return true;
 }
 
-StreamItems::StreamItems(int f) : fd(f), reader([this] { Run(); }) {}
+// What is there already (a file, a pipe its writer has filled) becomes the
+// first list before the render starts; the rest arrives on the thread.
+StreamItems::StreamItems(int f) : fd(f)
+{
+    while (!ended && ReadSome(0)) {
+    }
+    if (!ended)
+        reader = std::thread([this] {
+            while (!stop && !ended)
+                ReadSome(100);
+        });
+}
 
 StreamItems::~StreamItems()
 {
     stop = true;
-    reader.join();
+    if (reader.joinable())
+        reader.join();
 }
 
-void StreamItems::Run()
+bool StreamItems::ReadSome(int waitMilliseconds)
 {
-    LineSplitter splitter;
-    std::vector<std::string> lines;
+    pollfd p{fd, POLLIN, 0};
+    if (poll(&p, 1, waitMilliseconds) <= 0)
+        return false;
     char chunk[4096];
-    while (!stop) {
-        pollfd p{fd, POLLIN, 0};
-        if (poll(&p, 1, 100) <= 0)
-            continue;
-        const ssize_t n = read(fd, chunk, sizeof chunk);
-        if (n < 0 && (errno == EINTR || errno == EAGAIN))
-            continue;
-        lines.clear();
-        if (n <= 0)
-            splitter.Finish(lines);
-        else
-            splitter.Feed(chunk, std::size_t(n), lines);
-        if (n <= 0 && !lines.empty() && lines.back().empty())
+    const ssize_t n = read(fd, chunk, sizeof chunk);
+    if (n < 0 && (errno == EINTR || errno == EAGAIN))
+        return true;
+    std::vector<std::string> lines;
+    if (n <= 0) {
+        ended = true;
+        splitter.Finish(lines);
+        if (!lines.empty() && lines.back().empty())
             lines.pop_back(); // the end of the stream is no blank line
-        if (!lines.empty()) {
-            std::lock_guard<std::mutex> lock(mutex);
-            for (const std::string& line : lines) {
-                if (line.empty())
-                    items.clear();
-                else if (items.size() < kMaxItems)
-                    items.push_back(line);
-            }
-            ++version;
-        }
-        if (n <= 0)
-            return;
+    } else {
+        splitter.Feed(chunk, std::size_t(n), lines);
     }
+    if (!lines.empty()) {
+        std::lock_guard<std::mutex> lock(mutex);
+        for (const std::string& line : lines) {
+            if (line.empty())
+                items.clear();
+            else if (items.size() < kMaxItems)
+                items.push_back(line);
+        }
+        ++version;
+    }
+    return !ended;
 }
 
 bool StreamItems::Poll(std::vector<std::string>& out)

@@ -71,9 +71,13 @@ class StreamItems : public ItemFeed {
     bool Poll(std::vector<std::string>& items) override;
 
   private:
-    void Run();
+    // Reads what arrives within the wait; false when nothing did or the
+    // stream ended.
+    bool ReadSome(int waitMilliseconds);
 
     int fd;
+    LineSplitter splitter;
+    bool ended = false;
     std::atomic<bool> stop{false};
     std::mutex mutex;
     std::vector<std::string> items;
