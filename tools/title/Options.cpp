@@ -580,7 +580,7 @@ examples
   flower-title still -o title.png
   flower-title crawl --text "Breaking news" --speed 200 --outline 2 -o crawl.y4m
   flower-title roll --text-file credits.txt --interlace tff --fps 25 -o roll.y4m
-  ffmpeg -i in.mp4 -f yuv4mpegpipe - |
+  ffmpeg -i in.mp4 -pix_fmt yuv420p -f yuv4mpegpipe - |
       flower-title crawl --input - --items news.txt -o - --format y4m |
       ffmpeg -i - -i in.mp4 -map 0:v -map 1:a? -c:v libx264 -pix_fmt yuv420p \
              -colorspace bt709 -color_primaries bt709 -color_trc bt709 -c:a copy out.mp4
