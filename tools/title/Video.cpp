@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t kHeaderLimit = 4096; // a real header is under 100 bytes
 constexpr std::size_t kBufferBytes = 1 << 16;
-constexpr int kMaxSide = 16384;
+constexpr int kMaxSide = 8192; // as --size allows
 
 int HeaderNumber(const std::string& text, const char* what)
 {
@@ -124,7 +124,7 @@ VideoFormat ParseY4mHeader(const std::string& line)
         throw ToolError("YUV4MPEG2 header lacks its size (W, H) or frame rate (F)");
     if (f.width < 16 || f.height < 16 || f.width > kMaxSide || f.height > kMaxSide)
         throw ToolError("YUV4MPEG2 frames of " + std::to_string(f.width) + "x" +
-                        std::to_string(f.height) + " are outside 16x16 to 16384x16384");
+                        std::to_string(f.height) + " are outside 16x16 to 8192x8192");
     return f;
 }
 
