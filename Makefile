@@ -4,13 +4,16 @@
 # make bench: build the speed suite (Release) and run it once, writing the
 #             tables and targets into docs/benchmarks.md.
 # make demo : build everything, then render out/demo.png and out/demo.y4m
-#             with tools/title (flower-title) from its built-in defaults.
+#             with tools/title (flower-title): multilingual text over the
+#             built-in sample picture.
 
 JOBS ?= $(shell nproc)
 DEB_PACKAGES := cmake make g++ clang libclang-rt-14-dev pkg-config \
                 libgtest-dev libgmock-dev libbenchmark-dev \
-                libpng-dev libfreetype-dev fonts-dejavu-core libpixman-1-dev \
-                ffmpeg
+                libpng-dev libfreetype-dev libpixman-1-dev \
+                libharfbuzz-dev libfribidi-dev libraqm-dev libfontconfig-dev libunibreak-dev \
+                fontconfig fonts-dejavu-core fonts-noto-core fonts-wqy-microhei fonts-noto-color-emoji \
+                python3-numpy python3-pytest python3-venv python3-wheel ffmpeg
 CMAKE_COMMON := -DFLOWER_WERROR=ON
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
@@ -82,7 +85,7 @@ bench: build/release/CMakeCache.txt
 # make fuzz : build the libFuzzer targets under fuzz/ (clang, ASan + UBSan) and
 #             run each for FUZZ_SECONDS on a scratch copy of its corpus.
 FUZZ_SECONDS ?= 60
-FUZZ_TARGETS := api_sequence differential y4m_reader items_reader
+FUZZ_TARGETS := api_sequence differential text_layout y4m_reader items_reader
 
 build/fuzz/CMakeCache.txt: | deps
 	CC=clang CXX=clang++ cmake -S . -B build/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
@@ -101,11 +104,13 @@ fuzz: build/fuzz/CMakeCache.txt
 
 DEMO_TOOL := build/release/tools/flower-title
 DEMO_STYLE := --outline 2 --shadow 3
+DEMO_TEXT := --text-file docs/demo-roll.txt \
+             --text "$$(printf 'News in every script\nأخبار عاجلة\nמבזק חדשות\n突发新闻\nहिन्दी समाचार')"
 
 demo: build
 	mkdir -p out
-	$(DEMO_TOOL) still $(DEMO_STYLE) -o out/demo.png
-	$(DEMO_TOOL) crawl --with-roll $(DEMO_STYLE) --size 1280x720 --time 4 --seconds 4 -o out/demo.y4m
+	$(DEMO_TOOL) still $(DEMO_STYLE) $(DEMO_TEXT) -o out/demo.png
+	$(DEMO_TOOL) crawl --with-roll $(DEMO_STYLE) $(DEMO_TEXT) --size 1280x720 --time 4 --seconds 4 -o out/demo.y4m
 	@echo "View: ffplay out/demo.y4m   (or mpv out/demo.y4m; see README.md, Title renderer)"
 
 format:

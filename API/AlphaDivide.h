@@ -5,12 +5,20 @@
 
 #include "local_system.h"
 
+#ifdef __cplusplus
+extern "C" {
+#endif
+
 // Entry a is 65536 / a for a >= 1. Constant; safe to read from any thread.
-extern "C" FLOWER_API const u32 global_adt[256];
+FLOWER_API extern const u32 global_adt[256];
+
+#ifdef __cplusplus
+} // extern "C"
 
 inline u32 AlphaDivide(u32 x, u32 alpha)
 {
     return (x * global_adt[alpha]) >> 16;
 }
+#endif
 
 #endif

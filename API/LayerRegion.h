@@ -4,12 +4,14 @@
 
 #include "local_system.h"
 
-struct LayerRegion {
+typedef struct LayerRegion {
     i32 x;
     i32 y;
     i32 width;
     i32 height;
-};
+} LayerRegion;
+
+#ifdef __cplusplus
 
 // Empty results are always {0, 0, 0, 0}, never a positioned zero-size region.
 FLOWER_API LayerRegion IntersectLayerRegions(const LayerRegion& a, const LayerRegion& b);
@@ -28,5 +30,7 @@ inline bool operator!=(const LayerRegion& a, const LayerRegion& b)
 {
     return !(a == b);
 }
+
+#endif // __cplusplus
 
 #endif

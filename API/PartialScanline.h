@@ -10,11 +10,11 @@
 // `end` is an exclusive column bound: for a destination row the number of
 // columns that may be produced at all, for a source row the column up to which
 // the stretch right of the source still takes the background.
-struct PartialScanline {
+typedef struct PartialScanline {
     Pel* pels;
     i32 x;
     i32 width;
     i32 end;
-};
+} PartialScanline;
 
 #endif

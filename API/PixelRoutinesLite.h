@@ -10,11 +10,13 @@
 // Scratch record handed to the PreOp / CheckTimeSlice / PostOp hooks. The
 // portable routine set uses none of it; a processor-specific set may keep
 // saved state or time-slice counters here.
-struct tagMMXState {
+typedef struct tagMMXState {
     u32 words[16];
-};
+} tagMMXState;
 
+#ifdef __cplusplus
 extern "C" {
+#endif
 
 typedef int (*ScanlineBlitRoutine)(char* dst, const char* src, int count);
 typedef int (*ScanlineBlitColourRoutine)(char* dst, int count, int colour);
@@ -254,6 +256,8 @@ FLOWER_API int CEE_RollBlitDataSubPixNoFilter(char* dst, const char* src, int wi
                                               int topFadeEnd, int topFadeWidth, int bottomFadeStart,
                                               int bottomFadeWidth);
 
+#ifdef __cplusplus
 } // extern "C"
+#endif
 
 #endif

@@ -27,9 +27,7 @@
 #include "inlinepelops.h"
 #include "local_system.h"
 
-namespace Marrow {
-class StubLayer;
-}
+typedef struct Channel Channel;
 
 struct Channel {
     u8* data;        // sample 0 of row 0
@@ -41,9 +39,11 @@ struct Channel {
 };
 
 // Opaque outline set; see GetContourData for its contents.
-struct Contour;
+typedef struct Contour Contour;
 
+#ifdef __cplusplus
 extern "C" {
+#endif
 
 // ===========================================================================
 // Making and releasing channels
@@ -72,7 +72,7 @@ FLOWER_API void ClipChannel(Channel* channel, i32 x1, i32 y1, i32 x2, i32 y2);
 
 // A zero-filled channel of the layer's accessible size; null for a null layer,
 // an inaccessible or empty one, or on failure.
-FLOWER_API Channel* CreateSizedChannel(Marrow::StubLayer* layer);
+FLOWER_API Channel* CreateSizedChannel(FlowerLayer* layer);
 
 // Frees the record, and the samples when the channel owns them. Null is ignored.
 FLOWER_API void DeleteChannel(Channel* channel);
@@ -92,7 +92,7 @@ FLOWER_API bool TileChannel(Channel* destination, Channel* source, i32 x, i32 y)
 
 // Sets every accessible pixel of the layer to `value`. False for a null layer;
 // true, with nothing written, when the layer cannot be accessed.
-FLOWER_API bool FillLayer(Marrow::StubLayer* layer, Pel value);
+FLOWER_API bool FillLayer(FlowerLayer* layer, Pel value);
 
 // ===========================================================================
 // Extracting channels from layers
@@ -103,13 +103,13 @@ FLOWER_API bool FillLayer(Marrow::StubLayer* layer, Pel value);
 // 4 luminance (B*29 + G*149 + R*77) times alpha / 65025, 5 that luminance / 255,
 // anything else 0; all truncating. False for a null channel or data; true, with
 // the channel untouched, for a null or inaccessible layer.
-FLOWER_API bool GetChannel(Channel* channel, Marrow::StubLayer* layer, i32 which);
+FLOWER_API bool GetChannel(Channel* channel, FlowerLayer* layer, i32 which);
 
 // GetChannel with which = 0, 1, 2 and 3.
-FLOWER_API bool GetBlueChannel(Channel* channel, Marrow::StubLayer* layer);
-FLOWER_API bool GetGreenChannel(Channel* channel, Marrow::StubLayer* layer);
-FLOWER_API bool GetRedChannel(Channel* channel, Marrow::StubLayer* layer);
-FLOWER_API bool GetAlphaChannel(Channel* channel, Marrow::StubLayer* layer);
+FLOWER_API bool GetBlueChannel(Channel* channel, FlowerLayer* layer);
+FLOWER_API bool GetGreenChannel(Channel* channel, FlowerLayer* layer);
+FLOWER_API bool GetRedChannel(Channel* channel, FlowerLayer* layer);
+FLOWER_API bool GetAlphaChannel(Channel* channel, FlowerLayer* layer);
 
 // ===========================================================================
 // Contours
@@ -133,6 +133,8 @@ FLOWER_API const int* GetContourData(const Contour* contour, int* length);
 // Releases the contour. Null is ignored.
 FLOWER_API void DeleteContour(Contour* contour);
 
+#ifdef __cplusplus
 } // extern "C"
+#endif
 
 #endif

@@ -30,32 +30,39 @@
 // pixel. The output alpha and colours truncate, then clamp: 255 from 255 up, 0
 // below 1; a transparent result is four zero bytes.
 
+// C99 has no anonymous unions; GCC and Clang accept one marked as an extension.
+#if defined(__cplusplus) || (defined(__STDC_VERSION__) && __STDC_VERSION__ >= 201112L)
+#  define FLOWER_ANONYMOUS_UNION union
+#else
+#  define FLOWER_ANONYMOUS_UNION __extension__ union
+#endif
+
 // One output pixel of one axis. Entry 0 of a list is a header whose only
 // member in use is `ratio`, the weight of one whole middle source pixel (it
 // shares its place with firstWeight).
-struct tagScaleList {
+typedef struct tagScaleList {
     i32 count;   // whole middle source pixels; -1: exactly one source pixel
     i32 advance; // source pixels to move on after this output pixel
-    union {
+    FLOWER_ANONYMOUS_UNION {
         double firstWeight;
         double ratio;
     };
     double lastWeight; // the pixel after the middle ones; 0 when there is none
-};
+} tagScaleList;
 
 // The sizes of one scaling and its two lists (outWidth + 1 and outHeight + 1 entries).
-struct tagScaleIP_SCALE {
+typedef struct tagScaleIP_SCALE {
     i32 inWidth;
     i32 inHeight;
     i32 outWidth;
     i32 outHeight;
     tagScaleList* horizontal;
     tagScaleList* vertical;
-};
+} tagScaleIP_SCALE;
 
 // A row-streaming scaler. The caller reads `needInput`, `outputReady`, `row`
 // and `height` between calls; everything else is the scaler's own.
-struct ScanlineControl {
+typedef struct ScanlineControl {
     u32 outputReady; // the last ScaleScanline wrote a destination row
     u32 needInput;   // the caller must supply the next source line
     u32 valid;
@@ -71,16 +78,21 @@ struct ScanlineControl {
     i32 width;
     i32 runWidth;
     i32 head; // ring index of the oldest line still needed
-};
+} ScanlineControl;
 
+#ifdef __cplusplus
 // Fills `list` (room for out + 1 entries) for `in` source and `out` output
-// pixels. False for a null list or a size below 1.
+// pixels. False for a null list or a size below 1. C++ linkage.
 FLOWER_API bool ScaleGenScaleList(tagScaleList* list, int in, int out);
 
-// Regenerates both lists in place from the record's sizes; false only for null.
+// Regenerates both lists in place from the record's sizes; false only for
+// null. C++ linkage.
 FLOWER_API bool ScaleGenScale(tagScaleIP_SCALE* scale);
+#endif
 
+#ifdef __cplusplus
 extern "C" {
+#endif
 
 // A scaler for inWidth x inHeight -> outWidth x outHeight, or null (a size below
 // 1, a source row, an axis' scale list or the ring of source rows one output
@@ -112,9 +124,11 @@ FLOWER_API bool EndScaleScanline(ScanlineControl* control);
 
 // Scales the whole picture of `src` into `dst`. Identical valid regions are
 // copied (uncovered pixels cleared), never filtered.
-FLOWER_API bool ResizeLayer(Marrow::StubLayer* dst, Marrow::StubLayer* src, bool update);
+FLOWER_API bool ResizeLayer(FlowerLayer* dst, FlowerLayer* src, bool update);
 
+#ifdef __cplusplus
 } // extern "C"
+#endif
 
 // ===========================================================================
 // Backgrounds and stock layers
@@ -127,7 +141,7 @@ FLOWER_API bool ResizeLayer(Marrow::StubLayer* dst, Marrow::StubLayer* src, bool
 
 // A background row generator over one stock or host layer, with room for
 // `capacity` pixels; the line being built follows the record in memory.
-struct BackgroundScanlineState {
+typedef struct BackgroundScanlineState {
     u32 outputReady;    // set after each produced row
     u32 needInput;      // set after each produced row
     LayerAccess access; // open on the background layer until EndBackgroundScanline
@@ -137,16 +151,18 @@ struct BackgroundScanlineState {
     i32 tileX;  // tile offset, stored negated
     i32 tileY;
     i32 runWidth; // pixels per line, at most capacity
-};
+} BackgroundScanlineState;
 
+#ifdef __cplusplus
 extern "C" {
+#endif
 
 // The checkerboard layer. Owned by the library: do not delete it.
-FLOWER_API Marrow::StubLayer* GetDefaultBackground(void);
+FLOWER_API FlowerLayer* GetDefaultBackground(void);
 
 // The layer mapped to `id`, else the one mapped to 0, else the checkerboard.
 // Owned by the library.
-FLOWER_API Marrow::StubLayer* GetStockLayer(unsigned id);
+FLOWER_API FlowerLayer* GetStockLayer(unsigned id);
 
 // True when `id` holds a layer. A missing id is entered with no layer as a side
 // effect (which changes nothing GetStockLayer returns).
@@ -154,7 +170,7 @@ FLOWER_API bool ExistsStockLayer(unsigned id);
 
 // Stores a private copy of `layer` under `id` (an equal-sized stored layer is
 // overwritten in place and its update functions told); null removes the id.
-FLOWER_API void SetStockLayer(unsigned id, Marrow::StubLayer* layer);
+FLOWER_API void SetStockLayer(unsigned id, FlowerLayer* layer);
 
 // A background record of `width` pixels over stock layer 0, stock layer `id`,
 // or `layer` (stock 0 when null). Null for a width below 1, a record past
@@ -162,7 +178,7 @@ FLOWER_API void SetStockLayer(unsigned id, Marrow::StubLayer* layer);
 FLOWER_API BackgroundScanlineState* BeginBackgroundScanline(int width);
 FLOWER_API BackgroundScanlineState* BeginBackgroundScanlineID(int width, unsigned id);
 FLOWER_API BackgroundScanlineState* BeginBackgroundScanlineLayer(int width,
-                                                                 Marrow::StubLayer* layer);
+                                                                 FlowerLayer* layer);
 
 // Next row `y`, first column `x`, `width` pixels per line (0: the capacity;
 // never above it). Ignores a null record.
@@ -186,8 +202,8 @@ FLOWER_API void EndBackgroundScanline(BackgroundScanlineState* state);
 
 // dst = src (dst itself when null) over `background` (stock 0 when null),
 // tiled from dst's column 0. Rows src does not cover become pure background.
-FLOWER_API void BackgroundLayer(Marrow::StubLayer* dst, Marrow::StubLayer* src,
-                                Marrow::StubLayer* background, bool update);
+FLOWER_API void BackgroundLayer(FlowerLayer* dst, FlowerLayer* src,
+                                FlowerLayer* background, bool update);
 
 // ===========================================================================
 // Geometry
@@ -195,27 +211,27 @@ FLOWER_API void BackgroundLayer(Marrow::StubLayer* dst, Marrow::StubLayer* src,
 
 // Copies `src` into the rectangle of its size centred in `dst` (offsets
 // truncate toward zero); dst pixels outside it are never touched. 1 or 0.
-FLOWER_API int CenterLayer(Marrow::StubLayer* dst, Marrow::StubLayer* src, bool update);
+FLOWER_API int CenterLayer(FlowerLayer* dst, FlowerLayer* src, bool update);
 
 // Mirror every row left to right / the rows top to bottom, in place.
-FLOWER_API bool HorizontalFlipLayer(Marrow::StubLayer* layer, bool update);
-FLOWER_API bool VerticalFlipLayer(Marrow::StubLayer* layer, bool update);
+FLOWER_API bool HorizontalFlipLayer(FlowerLayer* layer, bool update);
+FLOWER_API bool VerticalFlipLayer(FlowerLayer* layer, bool update);
 
 // Move the picture dy rows down / dx columns right (negative: up / left),
 // clearing what is vacated. False for a shift of 0.
-FLOWER_API bool VerticalShiftLayer(Marrow::StubLayer* layer, int dy, bool update);
-FLOWER_API bool HorizontalShiftLayer(Marrow::StubLayer* layer, int dx, bool update);
+FLOWER_API bool VerticalShiftLayer(FlowerLayer* layer, int dy, bool update);
+FLOWER_API bool HorizontalShiftLayer(FlowerLayer* layer, int dx, bool update);
 
 // Fills `dst` with copies of `tile`: destination pixel (x, y) takes tile pixel
 // ((x + offsetX) mod width, (y + offsetY) mod height), so the tile's (0, 0)
 // lands on (-offsetX, -offsetY) modulo the tile size. False for a tile of
 // zero size.
-FLOWER_API bool TileLayer(Marrow::StubLayer* dst, Marrow::StubLayer* tile, int offsetX, int offsetY,
+FLOWER_API bool TileLayer(FlowerLayer* dst, FlowerLayer* tile, int offsetX, int offsetY,
                           bool update);
 
 // The bounding box of the pixels whose alpha is not 0, or {0, 0, 0, 0}. The
 // last column of each row is never examined.
-FLOWER_API bool VisibleRegionLayer(Marrow::StubLayer* layer, LayerRegion* region);
+FLOWER_API bool VisibleRegionLayer(FlowerLayer* layer, LayerRegion* region);
 
 // ===========================================================================
 // Interlacing
@@ -225,10 +241,10 @@ FLOWER_API bool VisibleRegionLayer(Marrow::StubLayer* layer, LayerRegion* region
 // rows a source does not hold are cleared. False, with nothing written, when
 // a layer is null or cannot be accessed.
 
-FLOWER_API bool InterlaceFrameLayers(Marrow::StubLayer* dst, Marrow::StubLayer* even,
-                                     Marrow::StubLayer* odd, bool update);
-FLOWER_API bool InterlaceFieldLayers(Marrow::StubLayer* dst, Marrow::StubLayer* even,
-                                     Marrow::StubLayer* odd, bool update);
+FLOWER_API bool InterlaceFrameLayers(FlowerLayer* dst, FlowerLayer* even,
+                                     FlowerLayer* odd, bool update);
+FLOWER_API bool InterlaceFieldLayers(FlowerLayer* dst, FlowerLayer* even,
+                                     FlowerLayer* odd, bool update);
 
 // ===========================================================================
 // The sample picture
@@ -241,8 +257,10 @@ FLOWER_API u8* GetFlowerData(void);
 
 // A new 768 x 512 layer holding a copy of the picture, owned by the caller; null
 // on failure.
-FLOWER_API Marrow::StubLayer* CreateFlower(void);
+FLOWER_API FlowerLayer* CreateFlower(void);
 
+#ifdef __cplusplus
 } // extern "C"
+#endif
 
 #endif

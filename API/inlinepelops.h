@@ -1,5 +1,6 @@
 // Per-pixel arithmetic shared by every row routine. A Pel is 0xAARRGGBB with
 // straight (not premultiplied) alpha; in memory its bytes run B, G, R, A.
+// The inline helpers are C++ only; C sees the Pel type.
 #ifndef FLOWER_INLINEPELOPS_H
 #define FLOWER_INLINEPELOPS_H
 
@@ -7,6 +8,8 @@
 #include "local_system.h"
 
 typedef u32 Pel;
+
+#ifdef __cplusplus
 
 inline u32 PelBlue(Pel p) { return p & 0xFFu; }
 inline u32 PelGreen(Pel p) { return (p >> 8) & 0xFFu; }
@@ -55,5 +58,7 @@ inline Pel CompositPel(Pel top, Pel bottom)
                    AlphaDivide(PelGreen(top) * tw + PelGreen(bottom) * bw, a),
                    AlphaDivide(PelRed(top) * tw + PelRed(bottom) * bw, a), a);
 }
+
+#endif // __cplusplus
 
 #endif

@@ -1,5 +1,5 @@
 // Layers: reference-counted rectangles of Pels (see inlinepelops.h), reached
-// only through Marrow::StubLayer handles.
+// only through FlowerLayer handles (Marrow::StubLayer in C++, local_system.h).
 //
 // Ownership. A new layer holds one reference, owned by its creator.
 // AddRefCountLayer adds one, DeleteLayer releases one and destroys the layer
@@ -21,17 +21,17 @@
 #ifndef FLOWER_PETAL_H
 #define FLOWER_PETAL_H
 
-#include <atomic>
-
 #include "LayerRegion.h"
 #include "inlinepelops.h"
 #include "local_system.h"
 
-namespace Marrow {
-class StubLayer;
-}
+#ifdef __cplusplus
+#  include <atomic>
+#endif
 
+#ifdef __cplusplus
 extern "C" {
+#endif
 
 // Releases one block; `data` is the datum returned with the block.
 typedef void (*FreeFunction)(u8* block, void* data);
@@ -44,7 +44,7 @@ typedef u8* (*PelAllocFunction)(u32 width, u32 height, u32* outRowBytes, FreeFun
                                 void** outFreeData, void* data);
 
 // Told that `changed` (in the layer's own coordinates) was written.
-typedef bool (*UpdateFunction)(Marrow::StubLayer* layer, const LayerRegion* changed, void* data);
+typedef bool (*UpdateFunction)(FlowerLayer* layer, const LayerRegion* changed, void* data);
 
 // ===========================================================================
 // Allocator hooks
@@ -86,7 +86,11 @@ FLOWER_API u8* zero_pel_alloc(u32 width, u32 height, u32* outRowBytes, FreeFunct
 // Frees a block from the C library; a null block is ignored.
 FLOWER_API void free_wrapper(u8* block, void* data);
 
+#ifdef __cplusplus
 } // extern "C"
+#endif
+
+#ifdef __cplusplus
 
 // ===========================================================================
 // The layer classes
@@ -226,68 +230,72 @@ class FLOWER_API ClippedLayer : public LayerCommon {
     LayerRegion clipRegion;
 };
 
+#endif // __cplusplus
+
 // ===========================================================================
 // Access records
 // ===========================================================================
 
 // One open access. Filled by the Begin functions; a reference on `layer` is
 // held until the matching End call.
-struct LayerAccess {
+typedef struct LayerAccess {
     u8* pixels;         // the top-left pixel of `region`
     i32 rowBytes;       // bytes from one row to the next
     LayerRegion region; // the rectangle accessed, in the layer's coordinates
-    Marrow::StubLayer* layer;
+    FlowerLayer* layer;
     void* token; // for the layer's EndAccess; never null while open
-};
+} LayerAccess;
 
 // Two accesses over one common rectangle.
-struct LayerIntersectAccess {
+typedef struct LayerIntersectAccess {
     i32 width;
     i32 height;
     LayerAccess first;
     LayerAccess second;
-};
+} LayerIntersectAccess;
 
+#ifdef __cplusplus
 extern "C" {
+#endif
 
 // ===========================================================================
 // Creation and lifetime
 // ===========================================================================
 
 // A new layer with zeroed pixels, holding one reference; null on failure.
-FLOWER_API Marrow::StubLayer* CreateLayer(i32 width, i32 height);
+FLOWER_API FlowerLayer* CreateLayer(i32 width, i32 height);
 
 // As CreateLayer, with uninitialised pixels.
-FLOWER_API Marrow::StubLayer* CreateLayerRaw(i32 width, i32 height);
+FLOWER_API FlowerLayer* CreateLayerRaw(i32 width, i32 height);
 
 // A layer over the caller's buffer, unchecked. Once it exists it owns the buffer
 // and calls freeFunction(pixels, data) when destroyed (if non-null); on failure
 // (null result) the buffer stays the caller's.
-FLOWER_API Marrow::StubLayer* CreateCompatibleLayer(u8* pixels, i32 width, i32 height, i32 rowBytes,
+FLOWER_API FlowerLayer* CreateCompatibleLayer(u8* pixels, i32 width, i32 height, i32 rowBytes,
                                                     FreeFunction freeFunction, void* data);
 
 // Releases one reference; the last frees the pixels, then the object.
-FLOWER_API void DeleteLayer(Marrow::StubLayer* layer);
+FLOWER_API void DeleteLayer(FlowerLayer* layer);
 
 // The same layer with one more reference, or null (null layer, or already dying).
-FLOWER_API Marrow::StubLayer* AddRefCountLayer(Marrow::StubLayer* layer);
+FLOWER_API FlowerLayer* AddRefCountLayer(FlowerLayer* layer);
 
 // A new zeroed layer of the same size; null for a null or zero-sized layer.
-FLOWER_API Marrow::StubLayer* CreateSimilarLayer(Marrow::StubLayer* layer);
+FLOWER_API FlowerLayer* CreateSimilarLayer(FlowerLayer* layer);
 
 // A new layer of the same size holding a copy of the valid pixels (zero
 // elsewhere); null for a null or zero-sized layer or on failure.
-FLOWER_API Marrow::StubLayer* DuplicateLayer(Marrow::StubLayer* layer);
+FLOWER_API FlowerLayer* DuplicateLayer(FlowerLayer* layer);
 
 // ===========================================================================
 // Clipped layers
 // ===========================================================================
 
 // A new view showing the whole parent; null for a null parent or on failure.
-FLOWER_API Marrow::StubLayer* CreateClippedLayer(Marrow::StubLayer* parent);
+FLOWER_API FlowerLayer* CreateClippedLayer(FlowerLayer* parent);
 
 // Moves a clipped layer's view (parent coordinates); false for other layers.
-FLOWER_API bool ClipLayer(Marrow::StubLayer* layer, const LayerRegion* clip);
+FLOWER_API bool ClipLayer(FlowerLayer* layer, const LayerRegion* clip);
 
 // ===========================================================================
 // Access and region queries
@@ -295,11 +303,11 @@ FLOWER_API bool ClipLayer(Marrow::StubLayer* layer, const LayerRegion* clip);
 
 // Opens the part of `region` that is valid. False, with the record untouched,
 // on failure. An empty result succeeds: check access->region before writing.
-FLOWER_API bool BeginRegionAccessLayer(LayerAccess* access, Marrow::StubLayer* layer,
+FLOWER_API bool BeginRegionAccessLayer(LayerAccess* access, FlowerLayer* layer,
                                        const LayerRegion* region);
 
 // As BeginRegionAccessLayer over the layer's whole region.
-FLOWER_API bool BeginAccessLayer(LayerAccess* access, Marrow::StubLayer* layer);
+FLOWER_API bool BeginAccessLayer(LayerAccess* access, FlowerLayer* layer);
 
 // Ends the access and releases its reference (which may destroy the layer).
 // The record is not cleared. False keeps the reference.
@@ -307,22 +315,22 @@ FLOWER_API bool EndAccessLayer(LayerAccess* access);
 
 // The region's size through the non-null out-pointers. A null layer writes zeros and
 // returns false.
-FLOWER_API bool GetLayerWidthAndHeight(Marrow::StubLayer* layer, i32* width, i32* height);
+FLOWER_API bool GetLayerWidthAndHeight(FlowerLayer* layer, i32* width, i32* height);
 // The region's width or height; 0 for a null layer or on failure.
-FLOWER_API i32 GetLayerWidth(Marrow::StubLayer* layer);
-FLOWER_API i32 GetLayerHeight(Marrow::StubLayer* layer);
+FLOWER_API i32 GetLayerWidth(FlowerLayer* layer);
+FLOWER_API i32 GetLayerHeight(FlowerLayer* layer);
 
 // The layer's extent / its valid part; false when either argument is null.
-FLOWER_API bool GetLayerRegion(Marrow::StubLayer* layer, LayerRegion* region);
-FLOWER_API bool GetValidLayerRegion(Marrow::StubLayer* layer, LayerRegion* region);
+FLOWER_API bool GetLayerRegion(FlowerLayer* layer, LayerRegion* region);
+FLOWER_API bool GetValidLayerRegion(FlowerLayer* layer, LayerRegion* region);
 
 // Opens both layers over their common valid rectangle; false (nothing held) when it is empty.
-FLOWER_API bool BeginIntersectAccessLayer(LayerIntersectAccess* access, Marrow::StubLayer* first,
-                                          Marrow::StubLayer* second);
+FLOWER_API bool BeginIntersectAccessLayer(LayerIntersectAccess* access, FlowerLayer* first,
+                                          FlowerLayer* second);
 
 // As BeginIntersectAccessLayer, within `region`.
 FLOWER_API bool BeginRegionIntersectAccessLayer(LayerIntersectAccess* access,
-                                                Marrow::StubLayer* first, Marrow::StubLayer* second,
+                                                FlowerLayer* first, FlowerLayer* second,
                                                 const LayerRegion* region);
 
 // Ends the first access, then the second; true when both ended.
@@ -334,18 +342,20 @@ FLOWER_API bool EndIntersectAccessLayer(LayerIntersectAccess* access);
 
 // Appends (function, datum), or moves it to the end if attached; false for a null
 // layer or function, or when memory runs out.
-FLOWER_API bool AttachUpdateFunction(Marrow::StubLayer* layer, UpdateFunction function, void* data);
+FLOWER_API bool AttachUpdateFunction(FlowerLayer* layer, UpdateFunction function, void* data);
 
 // Removes (function, datum). Always returns false, found or not.
-FLOWER_API bool DetachUpdateFunction(Marrow::StubLayer* layer, UpdateFunction function, void* data);
+FLOWER_API bool DetachUpdateFunction(FlowerLayer* layer, UpdateFunction function, void* data);
 
 // Notifies the layer's update functions of `region` (null: the whole layer).
 // True when every function returned true; false for a null layer.
-FLOWER_API bool UpdateLayer(Marrow::StubLayer* layer, const LayerRegion* region);
+FLOWER_API bool UpdateLayer(FlowerLayer* layer, const LayerRegion* region);
 
 // Notifies the whole layer; false for a null layer or a failed region query.
-FLOWER_API bool UpdateLayerEx(Marrow::StubLayer* layer);
+FLOWER_API bool UpdateLayerEx(FlowerLayer* layer);
 
+#ifdef __cplusplus
 } // extern "C"
+#endif
 
 #endif

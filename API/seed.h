@@ -5,7 +5,9 @@
 #include "LayerRegion.h"
 #include "local_system.h"
 
+#ifdef __cplusplus
 extern "C" {
+#endif
 
 // Installs the platform routine set (ThornInit, stem.h) on the first call and
 // returns its result; later calls return the same value without running it
@@ -13,6 +15,8 @@ extern "C" {
 // table work before it too, on their portable defaults.
 FLOWER_API bool FlowerInit(void);
 
+#ifdef __cplusplus
 } // extern "C"
+#endif
 
 #endif

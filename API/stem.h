@@ -72,6 +72,9 @@ typedef void (*HorizontalFlipScanlineRoutine)(Pel* row, int count);
 typedef void (*MaxScanlineRoutine)(Pel* dst, const Pel* src1, const Pel* src2, int count);
 
 // --- Portable routines: the slots' defaults ----------------------------------
+// C++ linkage: C hosts reach them through the Get accessors below.
+
+#ifdef __cplusplus
 
 namespace Stem {
 
@@ -177,13 +180,17 @@ FLOWER_API void CompositWithOpacityScanline(Pel* dst, const Pel* top, const Pel*
 
 } // namespace PixelRoutines
 
+#endif // __cplusplus
+
 // --- Slot accessors -----------------------------------------------------------
 // Get returns the routine in the slot, never null. Set stores `routine`; null
 // restores the Stem default. Set returns the routine now in the slot. The
 // three-row accessors have no trailing "Scanline". Unsynchronised: install
 // routines before rendering.
 
+#ifdef __cplusplus
 extern "C" {
+#endif
 
 FLOWER_API ClearScanlineRoutine GetClearScanline(void);
 FLOWER_API ClearScanlineRoutine SetClearScanline(ClearScanlineRoutine routine);
@@ -266,6 +273,8 @@ FLOWER_API MaxScanlineRoutine SetMaxScanline(MaxScanlineRoutine routine);
 // (seed.h) runs it once per process.
 FLOWER_API bool ThornInit(void);
 
+#ifdef __cplusplus
 } // extern "C"
+#endif
 
 #endif

@@ -20,6 +20,7 @@ using namespace title_test;
 TEST_F(TitleTool, BadInputExitsTwoWithOneMessageAndNoFile)
 {
     std::ofstream(dir + "/broken.png") << "not a picture";
+    std::ofstream(dir + "/broken.ttf") << "\0\1\0\0 not a font either";
     mkdir((dir + "/locked").c_str(), 0500);
     mkdir((dir + "/taken.png").c_str(), 0700);
     std::vector<std::string> cases = {"",
@@ -32,6 +33,12 @@ TEST_F(TitleTool, BadInputExitsTwoWithOneMessageAndNoFile)
                                       "crawl --text",
                                       "crawl -o a.gif",
                                       "crawl --font /nonexistent/font.ttf -o a.png",
+                                      "crawl --font broken.ttf -o a.png",
+                                      "crawl --font 'No Such Family At All' -o a.png",
+                                      "crawl --font '' -o a.png",
+                                      "crawl --direction up -o a.png",
+                                      "crawl --wrap maybe -o a.png",
+                                      "crawl --tab-width 0 -o a.png",
                                       "crawl --text-file /nonexistent/credits.txt -o a.png",
                                       "crawl --background broken.png -o a.png",
                                       "crawl --text \"$(printf '\\377\\376')\" -o a.png",
@@ -46,7 +53,7 @@ TEST_F(TitleTool, BadInputExitsTwoWithOneMessageAndNoFile)
         EXPECT_LE(std::count(r.err.begin(), r.err.end(), '\n'), 2) << args << ": " << r.err;
         EXPECT_EQ(r.out, "") << args;
     }
-    EXPECT_EQ(Files(), (Names{"broken.png", "locked", "taken.png"}));
+    EXPECT_EQ(Files(), (Names{"broken.png", "broken.ttf", "locked", "taken.png"}));
 }
 
 // A PNG of the frame size, a Y4M of whole frames after its header, raw frames on stdout.
@@ -105,6 +112,62 @@ TEST_F(TitleTool, InterlacedRowsComeFromTheirFieldsTimes)
             for (int x = 0; x < 160; ++x)
                 ASSERT_EQ(woven[y * 160 + x], want[y * 160 + x]) << order << " row " << y;
         }
+    }
+}
+
+TEST_F(TitleTool, FontByNameEqualsFontByPath)
+{
+    const std::string still = "still --text 'Hamburgefonstiv' --time 3 -o -" + kSmall;
+    const Result byName = Run(still + " --font 'DejaVu Serif'");
+    const Result byPath = Run(still + " --font /usr/share/fonts/truetype/dejavu/DejaVuSerif.ttf");
+    ASSERT_EQ(byName.status, 0) << byName.err;
+    EXPECT_EQ(byName.out, byPath.out);
+    EXPECT_NE(byName.out, Run(still).out); // the default is DejaVu Sans
+}
+
+// At 3 * fps pixels per second, right-to-left text moves 3 pixels right a frame.
+TEST_F(TitleTool, RightToLeftCrawlMovesRight)
+{
+    const std::string hebrew = " --text '\u05e9\u05dc\u05d5\u05dd \u05e2\u05d5\u05dc\u05dd'";
+    const std::vector<Frame> frames =
+        Run(kBareCrawl + hebrew + " --speed 75 --time 1 --seconds 0.12 -o -").Frames();
+    ASSERT_EQ(frames.size(), 3u);
+    for (std::size_t n = 0; n + 1 < frames.size(); ++n) {
+        ASSERT_GT(std::count_if(frames[n].begin(), frames[n].end(), [](auto p) { return p >> 24; }),
+                  100);
+        for (int y = 0; y < 96; ++y)
+            for (int x = 0; x + 3 < 160; ++x)
+                ASSERT_EQ(frames[n + 1][y * 160 + x + 3], frames[n][y * 160 + x]) << n << " " << x;
+    }
+}
+
+// A roll given --text alone rolls it, a newline starting a new line.
+TEST_F(TitleTool, NewlineInRollTextStartsALine)
+{
+    std::ofstream(dir + "/lines.txt") << "Alpha\nOmega\n";
+    const std::string roll = "roll --time 2 --seconds 0.04 -o -" + kSmall;
+    const Result fromText = Run(roll + " --text \"$(printf 'Alpha\\nOmega')\"");
+    ASSERT_EQ(fromText.status, 0) << fromText.err;
+    EXPECT_EQ(fromText.out, Run(roll + " --text-file lines.txt").out);
+    EXPECT_NE(fromText.out, Run(roll + " --text 'Alpha Omega'").out);
+}
+
+// 100,000 characters render, or fail stating the limit, never anything else.
+TEST_F(TitleTool, HundredThousandCharactersRenderOrStateTheLimit)
+{
+    std::string text;
+    for (int i = 0; text.size() < 100000; ++i)
+        text += i % 7 == 6 ? ' ' : char('a' + i % 26);
+    std::ofstream(dir + "/long.txt") << text;
+    for (const char* args : {"crawl --text \"$(cat long.txt)\" --seconds 0.04 -o -",
+                             "roll --text-file long.txt --seconds 0.04 -o -",
+                             "crawl --text \"$(cat long.txt)\" --font-size 60 -o a.png"}) {
+        const Result r = Run(std::string(args) + kSmall);
+        if (r.status == 0)
+            EXPECT_EQ(r.err, "") << args;
+        else
+            EXPECT_NE(r.err.find("67108864"), std::string::npos) << args << ": " << r.err;
+        EXPECT_TRUE(r.status == 0 || r.status == 2) << args;
     }
 }
 

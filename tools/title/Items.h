@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "Ticker.h"
+#include "ItemFeed.h"
 
 namespace title {
 

@@ -79,6 +79,16 @@ Layer MakeBackground(const Options& o)
     return out;
 }
 
+TextSettings TextSettingsOf(const Options& o)
+{
+    TextSettings t;
+    t.direction = o.direction;
+    t.wrap = o.wrap;
+    t.tabWidth = o.tabWidth;
+    t.separator = o.separator;
+    return t;
+}
+
 TextStyle StyleOf(const Options& o)
 {
     TextStyle s;
@@ -103,7 +113,7 @@ Production Produce(const Options& o, ItemFeed* items)
     const int w = o.width, h = o.height;
     const TextStyle style = StyleOf(o);
     const int margin = StyleMargin(style);
-    auto font = std::make_unique<Font>(o.fontPath, FontSize(o));
+    auto font = std::make_unique<Font>(o.fontPath, FontSize(o), TextSettingsOf(o));
     Production p;
     if (o.input == InputKind::None)
         p.background = MakeBackground(o);
@@ -118,8 +128,19 @@ Production Produce(const Options& o, ItemFeed* items)
         if (bandY >= h)
             throw UsageError("--crawl-y " + std::to_string(bandY) + " is below the frame");
         crawl.band = {0, bandY, w, bandHeight};
-        crawl.y = bandY + (bandHeight - font->LineHeight()) / 2 - margin;
+        // Where a line of the font centred in the band has its baseline.
+        const int baseline = bandY + (bandHeight - font->LineHeight()) / 2 + font->Ascender();
         crawl.speed = o.crawlSpeed != 0 ? o.crawlSpeed : w / 6.0;
+        if (!o.itemsPath.empty()) {
+            crawl.y = baseline - margin - font->Ascender(); // the ticker's window
+        } else {
+            const TextBitmap line = font->RenderLine(o.crawlText, margin);
+            crawl.text = MakeTextLayer(line, style);
+            crawl.y = baseline - line.baseline;
+            // Speeds are in the reading direction: right-to-left text moves right.
+            if (font->RightToLeft(o.crawlText))
+                crawl.speed = -crawl.speed;
+        }
         crawl.fade = o.fade >= 0 ? o.fade : w / 24;
         // The roll keeps clear of the band, on the side with more room.
         if (bandY + bandHeight / 2 >= h / 2)
@@ -128,11 +149,12 @@ Production Produce(const Options& o, ItemFeed* items)
             rollTop = std::max(rollTop, bandY + bandHeight + h / 30);
     }
     if (o.roll) {
-        const Coverage block = font->RenderBlock(o.rollLines, margin);
+        const int wrapWidth = w - 2 * (margin + w / 20);
+        const TextBitmap block = font->RenderBlock(o.rollLines, margin, wrapWidth);
         const int regionHeight = rollBottom - rollTop;
         if (regionHeight < 16)
             throw ToolError("the frame is too small for a roll at this font size");
-        const int regionWidth = std::min(block.width, w);
+        const int regionWidth = std::min(block.coverage.width, w);
         roll.region = {(w - regionWidth) / 2, rollTop, regionWidth, regionHeight};
         roll.text = MakeTextLayer(block, style);
         roll.speed = o.rollSpeed != 0 ? o.rollSpeed : h / 8.0;
@@ -144,18 +166,14 @@ Production Produce(const Options& o, ItemFeed* items)
         // starts at line regionHeight: a short block is centred, a tall one
         // shows its first lines just below the top fade.
         const int shownFade = std::min(roll.fade, regionHeight / 4);
-        const double position = block.height <= regionHeight
-                                    ? regionHeight / 2.0 + block.height / 2.0
+        const double position = block.coverage.height <= regionHeight
+                                    ? regionHeight / 2.0 + block.coverage.height / 2.0
                                     : double(regionHeight - shownFade);
-        const double period = regionHeight + block.height;
+        const double period = regionHeight + block.coverage.height;
         p.showcaseTime = (roll.speed > 0 ? position : position - period) / roll.speed;
     }
-    if (o.crawl) {
-        if (!o.itemsPath.empty())
-            crawl.ticker = std::make_unique<Ticker>(std::move(font), style, o.separator, *items, w);
-        else
-            crawl.text = MakeTextLayer(font->RenderLine(o.crawlText, margin), style);
-    }
+    if (o.crawl && !o.itemsPath.empty())
+        crawl.ticker = std::make_unique<Ticker>(std::move(font), style, o.separator, *items, w);
     p.scene = std::make_unique<Scene>(w, h, o.band, std::move(crawl), std::move(roll));
     return p;
 }

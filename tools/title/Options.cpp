@@ -215,6 +215,26 @@ Interlace ParseInterlace(const std::string& text)
     throw UsageError("--interlace must be tff, bff or none, not '" + text + "'");
 }
 
+TextDirection ParseDirection(const std::string& text)
+{
+    if (text == "auto")
+        return TextDirection::Auto;
+    if (text == "ltr")
+        return TextDirection::LeftToRight;
+    if (text == "rtl")
+        return TextDirection::RightToLeft;
+    throw UsageError("--direction must be auto, ltr or rtl, not '" + text + "'");
+}
+
+bool ParseOnOff(const std::string& text, const std::string& what)
+{
+    if (text == "on")
+        return true;
+    if (text == "off")
+        return false;
+    throw UsageError(what + " must be on or off, not '" + text + "'");
+}
+
 using Setter = std::function<void(Options&, const std::string&)>;
 
 const std::map<std::string, Setter>& ValueOptions()
@@ -225,7 +245,7 @@ const std::map<std::string, Setter>& ValueOptions()
              if (v.empty())
                  throw UsageError("--text is empty");
              o.crawlText = v;
-             o.crawl = true;
+             o.textGiven = true;
          }},
         {"--items",
          [](Options& o, const std::string& v) {
@@ -241,6 +261,10 @@ const std::map<std::string, Setter>& ValueOptions()
              o.roll = true;
          }},
         {"--font", [](Options& o, const std::string& v) { o.fontPath = v; }},
+        {"--direction", [](Options& o, const std::string& v) { o.direction = ParseDirection(v); }},
+        {"--wrap", [](Options& o, const std::string& v) { o.wrap = ParseOnOff(v, "--wrap"); }},
+        {"--tab-width",
+         [](Options& o, const std::string& v) { o.tabWidth = ParseInt(v, "--tab-width", 1, 64); }},
         {"--font-size",
          [](Options& o, const std::string& v) {
              o.fontSize = ParseInt(v, "--font-size", 4, 1000);
@@ -341,9 +365,9 @@ const std::map<std::string, Setter>& ValueOptions()
              o.input = v == "y4m" ? InputKind::Y4m : InputKind::Bgra;
          }},
         {"--input-size",
-         [](Options& o, const std::string& v) {
-             ParseDimensions(v, "--input-size", o.inputWidth, o.inputHeight);
-         }},
+         [](Options& o,
+            const std::string&
+                v) { ParseDimensions(v, "--input-size", o.inputWidth, o.inputHeight); }},
         {"--matrix", [](Options& o, const std::string& v) { o.matrix = ParseMatrix(v); }},
     };
     return table;
@@ -440,10 +464,17 @@ void CheckConsistency(Options& o)
         o.crawl = true;
     if (o.command == Command::Roll)
         o.roll = true;
-    if (!o.itemsPath.empty() && !o.crawlText.empty())
+    if (!o.itemsPath.empty() && o.textGiven)
         throw UsageError("--text and --items both give the crawl; use one");
     if (!o.itemsPath.empty() && o.crawlSpeed < 0)
         throw UsageError("an --items crawl moves left: give a positive --crawl-speed");
+    // A roll given only --text rolls that text; otherwise --text is the crawl's.
+    if (o.textGiven && o.command == Command::Roll && o.rollLines.empty()) {
+        o.rollLines.push_back(o.crawlText);
+        o.crawlText.clear();
+    } else if (o.textGiven) {
+        o.crawl = true;
+    }
     if (o.crawlText.empty() && o.itemsPath.empty())
         o.crawlText = kDefaultCrawl;
     if (o.rollLines.empty())
@@ -509,24 +540,33 @@ Options ParseOptions(int argc, const char* const* argv)
 
 const char* HelpText()
 {
-    return R"(flower-title: crawls and rolls real text over video with libflower
+    return R"help(flower-title: crawls and rolls real text over video with libflower
 
 usage: flower-title crawl|roll|still [options]
        flower-title --help | --version
 
 commands
   crawl   one line of text moving horizontally (add a roll with --with-roll or --text-file)
-  roll    a block of centred lines moving vertically (add a crawl with --with-crawl or --text)
+  roll    a block of centred lines moving vertically (add a crawl with --with-crawl, or
+          --text next to --text-file)
   still   the titles held at --time (one frame, or every frame of an --input)
 
 text
-  --text TEXT             crawl text (UTF-8, not empty)
+  --text TEXT             crawl text (UTF-8, not empty); newlines separate its items, which
+                          read in their own directions, joined by --separator. For roll
+                          without --text-file: the roll's text, a newline starting a new line
   --items FILE            crawl items, one per line, looping without a gap; a change
                           to FILE shows at the next item; - reads lines from standard
                           input as they arrive (a blank line starts a new list)
-  --separator S           between items (default " • ")
+  --separator S           between a crawl's items (default " • ")
   --text-file PATH        roll text, one line per line (UTF-8)
-  --font PATH             TrueType/OpenType font (default DejaVu Sans)
+  --font FONT             font file, or fontconfig name or pattern: "DejaVu Serif",
+                          "Noto Sans:bold" (default DejaVu Sans). Characters it lacks
+                          come from the installed font that has them; colour emoji in colour
+  --direction D           auto | ltr | rtl: each paragraph's base direction (default auto:
+                          its first strong letter). A right-to-left crawl moves right
+  --wrap on|off           break roll lines wider than the frame (default on)
+  --tab-width N           tab stops every N spaces (default 8)
   --font-size PX          pixel size (default: frame height / 15)
   --colour #RRGGBB[AA]    text colour (default #FFFFFF)
   --outline PX            outline width, 0 for none (default 0)
@@ -546,7 +586,8 @@ layout
                           stretch; fit keeps the aspect ratio on black, fill crops)
 
 motion
-  --speed PX              pixels per second for crawl and roll (defaults: width / 6, height / 8)
+  --speed PX              pixels per second for crawl and roll, in the reading direction
+                          (defaults: width / 6, height / 8; --items crawls move left)
   --crawl-speed, --roll-speed PX   the same for one of them
   --fade PX               fade zone at both ends (default: width / 24 for a crawl,
                           height / 16 for a roll)
@@ -580,6 +621,7 @@ examples
   flower-title still -o title.png
   flower-title crawl --text "Breaking news" --speed 200 --outline 2 -o crawl.y4m
   flower-title roll --text-file credits.txt --interlace tff --fps 25 -o roll.y4m
+  flower-title crawl --font "Noto Sans" --text "$(printf 'Hello\nمرحبا\nשלום\n你好')" -o crawl.y4m
   ffmpeg -i in.mp4 -pix_fmt yuv420p -f yuv4mpegpipe - |
       flower-title crawl --input - --items news.txt -o - --format y4m |
       ffmpeg -i - -i in.mp4 -map 0:v -map 1:a? -c:v libx264 -pix_fmt yuv420p \
@@ -588,10 +630,10 @@ examples
       ffmpeg -f rawvideo -pixel_format bgra -video_size 1920x1080 -framerate 25 -i - \
              -pix_fmt yuv420p out.mp4
 
-Bad arguments, inputs, fonts or pictures and unwritable outputs exit with status 2
-and one message, leaving no file behind. An interrupted render without an end
-closes its output at the last whole frame.
-)";
+Bad arguments, inputs, missing or broken fonts, unreadable pictures, text too large to
+set and unwritable outputs exit with status 2 and one message, leaving no file behind.
+An interrupted render without an end closes its output at the last whole frame.
+)help";
 }
 
 } // namespace title

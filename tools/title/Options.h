@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "TextDirection.h"
+
 namespace title {
 
 enum class Command { Crawl, Roll, Still };
@@ -30,12 +32,17 @@ struct Options {
 
     bool crawl = false; // which elements the frames carry
     bool roll = false;
-    std::string crawlText;
+    std::string crawlText; // a newline separates items
     std::vector<std::string> rollLines;
-    std::string itemsPath; // crawl items, one per line; "-" is stdin
-    std::string separator = " \u2022 ";
+    std::string itemsPath;              // crawl items, one per line; "-" is stdin
+    bool textGiven = false;             // --text: the crawl's, or a lone roll's lines
+    std::string separator = " \u2022 "; // between a crawl's items
 
-    std::string fontPath = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
+    std::string fontPath =
+        "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf"; // or a fontconfig pattern
+    TextDirection direction = TextDirection::Auto;
+    bool wrap = true; // roll lines wider than the frame break
+    int tabWidth = 8; // in spaces
     int fontSize = 0; // 0: chosen from the frame height
     std::uint32_t colour = 0xFFFFFFFFu;
     int outline = 0;

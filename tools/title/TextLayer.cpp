@@ -90,6 +90,32 @@ void CompositOver(Marrow::StubLayer* bottom, Marrow::StubLayer* top)
              b.Height());
 }
 
+// The glyphs' whole shape: coverage and colour glyphs' alpha, the larger of the two.
+Coverage Silhouette(const TextBitmap& text)
+{
+    Coverage all = text.coverage;
+    for (std::size_t i = 0; i < all.samples.size(); ++i)
+        all.samples[i] = std::max(all.samples[i], std::uint8_t(text.colour.pels[i] >> 24));
+    return all;
+}
+
+// The colour glyphs over the coloured coverage, faded to the text colour's alpha.
+void AddColourGlyphs(Marrow::StubLayer* textLayer, const TextBitmap& text, std::uint32_t colour)
+{
+    Image pels = text.colour;
+    Layer glyphs(CreateCompatibleLayer(reinterpret_cast<u8*>(pels.pels.data()), pels.width,
+                                       pels.height, pels.width * 4, nullptr, nullptr));
+    if (!glyphs)
+        throw ToolError("out of memory for the colour glyphs");
+    Pixels g(glyphs.get());
+    if ((colour >> 24) != 0xFF)
+        Fade(g.At(0, 0), g.Pitch(), g.At(0, 0), g.Pitch(), g.Width(), g.Height(),
+             int((colour >> 24) * 256 / 255));
+    Pixels t(textLayer);
+    Composit(t.At(0, 0), t.Pitch(), t.At(0, 0), t.Pitch(), g.At(0, 0), g.Pitch(), t.Width(),
+             t.Height());
+}
+
 } // namespace
 
 int StyleMargin(const TextStyle& style)
@@ -97,13 +123,18 @@ int StyleMargin(const TextStyle& style)
     return 2 + style.outline + std::max(std::abs(style.shadowX), std::abs(style.shadowY));
 }
 
-Layer MakeTextLayer(const Coverage& coverage, const TextStyle& style)
+Layer MakeTextLayer(const TextBitmap& bitmap, const TextStyle& style)
 {
+    const Coverage& coverage = bitmap.coverage;
     Layer text = ShapeLayer(coverage.width, coverage.height, coverage.samples.data(),
                             coverage.width, style.colour);
+    if (bitmap.HasColour())
+        AddColourGlyphs(text.get(), bitmap, style.colour);
     if (style.outline > 0) {
-        Layer outline = ShapeLayer(coverage.width, coverage.height, coverage.samples.data(),
-                                   coverage.width, style.outlineColour | 0xFF000000u);
+        const Coverage shape = bitmap.HasColour() ? Silhouette(bitmap) : Coverage();
+        const Coverage& outer = bitmap.HasColour() ? shape : coverage;
+        Layer outline = ShapeLayer(outer.width, outer.height, outer.samples.data(), outer.width,
+                                   style.outlineColour | 0xFF000000u);
         for (int step = 0; step < style.outline; ++step)
             Grow(outline, step % 2 == 1);
         // The outline's own alpha applies once, after growing, so overlaps

@@ -7,6 +7,7 @@
 
 #include "Image.h"
 #include "Layers.h"
+#include "TextRender.h"
 
 namespace title {
 
@@ -22,8 +23,10 @@ struct TextStyle {
 // Transparent margin the coverage needs around the glyphs for the style.
 int StyleMargin(const TextStyle& style);
 
-// A straight-alpha layer the size of `coverage`.
-Layer MakeTextLayer(const Coverage& coverage, const TextStyle& style);
+// A straight-alpha layer the size of the text's picture. Colour glyphs keep
+// their colours (at the text colour's opacity); the outline and the shadow
+// follow every glyph's alpha.
+Layer MakeTextLayer(const TextBitmap& text, const TextStyle& style);
 
 } // namespace title
 

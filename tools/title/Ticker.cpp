@@ -14,10 +14,11 @@ Ticker::Ticker(std::unique_ptr<Font> f, const TextStyle& s, std::string sep, Ite
 
 Ticker::~Ticker() = default;
 
-std::shared_ptr<Layer> Ticker::Render(int index)
+std::shared_ptr<Layer> Ticker::Render(int index, int& top)
 {
-    auto text = std::make_shared<Layer>(
-        MakeTextLayer(font->RenderLine(items[std::size_t(index)] + separator, margin), style));
+    const TextBitmap line = font->RenderLine(items[std::size_t(index)] + separator, margin);
+    top = margin + font->Ascender() - line.baseline;
+    auto text = std::make_shared<Layer>(MakeTextLayer(line, style));
     // Neighbouring items overlap by their margins, so the pen positions join up.
     advances[std::size_t(index)] = std::max(1, GetLayerWidth(text->get()) - 2 * margin);
     return text;
@@ -25,8 +26,9 @@ std::shared_ptr<Layer> Ticker::Render(int index)
 
 int Ticker::Advance(int index)
 {
+    int top = 0;
     if (advances[std::size_t(index)] < 0)
-        Render(index);
+        Render(index, top);
     return advances[std::size_t(index)];
 }
 
@@ -68,8 +70,9 @@ void Ticker::Extend(long long column)
                 return;
             }
         }
-        std::shared_ptr<Layer> text = Render(next);
-        tape.push_back({tapeEnd - margin, text, GetLayerWidth(text->get())});
+        int top = 0;
+        std::shared_ptr<Layer> text = Render(next, top);
+        tape.push_back({tapeEnd - margin, top, text, GetLayerWidth(text->get())});
         tapeEnd += advances[std::size_t(next)];
         next = (next + 1) % int(items.size());
     }
@@ -92,11 +95,13 @@ void Ticker::Window(long long column, Marrow::StubLayer* window)
         Pixels text(s.text->get());
         const long long from = std::max(s.start, column);
         const long long to = std::min(s.start + text.Width(), windowEnd);
-        if (from >= to)
+        // A taller fallback glyph may reach past the window: it is cut.
+        const int top = std::max(0, s.top), bottom = std::min(height, s.top + text.Height());
+        if (from >= to || top >= bottom)
             continue;
-        char* dst = out.At(int(from - column), 0);
-        Composit(dst, out.Pitch(), dst, out.Pitch(), text.At(int(from - s.start), 0), text.Pitch(),
-                 int(to - from), height);
+        char* dst = out.At(int(from - column), top);
+        Composit(dst, out.Pitch(), dst, out.Pitch(), text.At(int(from - s.start), top - s.top),
+                 text.Pitch(), int(to - from), bottom - top);
     }
 }
 

@@ -9,24 +9,18 @@
 #include <string>
 #include <vector>
 
+#include "ItemFeed.h"
 #include "Layers.h"
 #include "TextLayer.h"
 #include "TextRender.h"
 
 namespace title {
 
-// Where items come from. Poll is asked at item boundaries only.
-class ItemFeed {
-  public:
-    virtual ~ItemFeed() = default;
-    // True, with the new list in `items`, when the items changed since the
-    // last call (the first call reports the initial list, even an empty one).
-    virtual bool Poll(std::vector<std::string>& items) = 0;
-};
-
 class Ticker {
   public:
-    // `windowWidth` is the frame width: each window holds it plus two columns.
+    // `windowWidth` is the frame width: each window holds it plus two columns,
+    // and is a line of the font (and the style's margins) high, its baseline
+    // margin + Ascender() rows down.
     Ticker(std::unique_ptr<Font> font, const TextStyle& style, std::string separator,
            ItemFeed& feed, int windowWidth);
     ~Ticker();
@@ -44,13 +38,14 @@ class Ticker {
     // from under items still in view.
     struct Segment {
         long long start; // tape column of the layer's first column
+        int top;         // window row of the layer's first row: baselines line up
         std::shared_ptr<Layer> text;
         int width;
     };
     void Extend(long long column);
     void Restart(long long column);
     int Advance(int index);
-    std::shared_ptr<Layer> Render(int index);
+    std::shared_ptr<Layer> Render(int index, int& top);
     bool TakeNewItems();
 
     std::unique_ptr<Font> font;
