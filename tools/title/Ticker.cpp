@@ -14,22 +14,45 @@ Ticker::Ticker(std::unique_ptr<Font> f, const TextStyle& s, std::string sep, Ite
 
 Ticker::~Ticker() = default;
 
-std::shared_ptr<Layer> Ticker::Render(int index, int& top)
+Ticker::Piece Ticker::Set(const std::string& text)
 {
-    const TextBitmap line = font->RenderLine(items[std::size_t(index)] + separator, margin);
-    top = margin + font->Ascender() - line.baseline;
-    auto text = std::make_shared<Layer>(MakeTextLayer(line, style));
-    // Neighbouring items overlap by their margins, so the pen positions join up.
-    advances[std::size_t(index)] = std::max(1, GetLayerWidth(text->get()) - 2 * margin);
-    return text;
+    const TextBitmap line = font->RenderLine(text, margin);
+    Piece p;
+    p.top = margin + font->Ascender() - line.baseline;
+    p.text = std::make_shared<Layer>(MakeTextLayer(line, style));
+    // Neighbouring pieces overlap by their margins, so the pen positions join up.
+    p.advance = std::max(1, GetLayerWidth(p.text->get()) - 2 * margin);
+    return p;
 }
 
+// Items and the separator are set apart, so each item reads in its own
+// direction and the separator stays between items whatever their scripts. A
+// line's picture starts at its first ink, so the separator's leading spaces
+// are measured after a letter and become an offset.
+const Ticker::Piece& Ticker::Separator()
+{
+    if (!separatorPiece.text && !separator.empty()) {
+        separatorPiece = Set(separator);
+        const int withSpaces = Set("x" + separator).advance - Set("x").advance;
+        separatorPiece.offset = std::max(0, withSpaces - separatorPiece.advance);
+        separatorPiece.advance = std::max(separatorPiece.advance, withSpaces);
+    }
+    return separatorPiece;
+}
+
+// An item and the separator after it.
 int Ticker::Advance(int index)
 {
-    int top = 0;
     if (advances[std::size_t(index)] < 0)
-        Render(index, top);
-    return advances[std::size_t(index)];
+        advances[std::size_t(index)] = Set(items[std::size_t(index)]).advance;
+    return advances[std::size_t(index)] + (separator.empty() ? 0 : Separator().advance);
+}
+
+void Ticker::Append(const Piece& piece)
+{
+    tape.push_back(
+        {tapeEnd + piece.offset - margin, piece.top, piece.text, GetLayerWidth(piece.text->get())});
+    tapeEnd += piece.advance;
 }
 
 bool Ticker::TakeNewItems()
@@ -70,10 +93,11 @@ void Ticker::Extend(long long column)
                 return;
             }
         }
-        int top = 0;
-        std::shared_ptr<Layer> text = Render(next, top);
-        tape.push_back({tapeEnd - margin, top, text, GetLayerWidth(text->get())});
-        tapeEnd += advances[std::size_t(next)];
+        const Piece item = Set(items[std::size_t(next)]);
+        advances[std::size_t(next)] = item.advance;
+        Append(item);
+        if (!separator.empty())
+            Append(Separator());
         next = (next + 1) % int(items.size());
     }
 }

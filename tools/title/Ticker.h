@@ -45,7 +45,15 @@ class Ticker {
     void Extend(long long column);
     void Restart(long long column);
     int Advance(int index);
-    std::shared_ptr<Layer> Render(int index, int& top);
+    struct Piece {
+        std::shared_ptr<Layer> text;
+        int top = 0;     // window row of its first row
+        int advance = 0; // pen advance, margins left out
+        int offset = 0;  // from the pen to the first ink
+    };
+    Piece Set(const std::string& text);
+    const Piece& Separator();
+    void Append(const Piece& piece);
     bool TakeNewItems();
 
     std::unique_ptr<Font> font;
@@ -59,6 +67,7 @@ class Ticker {
     // Per item, measured on first use. Layers live only while on the tape, so
     // a long list costs the memory of what is in view.
     std::vector<int> advances;
+    Piece separatorPiece;
     std::deque<Segment> tape;
     long long tapeEnd = 0; // where the next item starts
     int next = 0;
