@@ -114,7 +114,7 @@ bench: build/release/CMakeCache.txt
 # make fuzz : build the libFuzzer targets under fuzz/ (clang, ASan + UBSan) and
 #             run each for FUZZ_SECONDS on a scratch copy of its corpus.
 FUZZ_SECONDS ?= 60
-FUZZ_TARGETS := api_sequence differential text_layout
+FUZZ_TARGETS := api_sequence differential text_layout y4m_reader items_reader
 
 build/fuzz/CMakeCache.txt: | deps
 	CC=clang CXX=clang++ cmake -S . -B build/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \

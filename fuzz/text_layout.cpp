@@ -42,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const int wrapWidth = in.Range(0, 200);
     title::TextStyle style;
     style.outline = in.Range(0, 2);
-    style.shadow = in.Range(0, 2);
+    style.shadowX = style.shadowY = in.Range(0, 2);
     const std::size_t used = std::min(size, std::size_t(3));
     const std::string text(reinterpret_cast<const char*>(data) + used,
                            std::min(size - used, kMaxText));

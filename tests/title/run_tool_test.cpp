@@ -4,87 +4,18 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <dirent.h>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
+#include "ToolFixture.h"
+
 namespace {
 
-using Frame = std::vector<std::uint32_t>;
-using Names = std::vector<std::string>;
-
-std::string Slurp(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-// Small frames keep every render quick; a clear frame with no band shows the crawl alone.
-const std::string kSmall = " --size 160x96 --fps 25 --quiet";
-const std::string kBareCrawl = "crawl --background '#00000000' --band '#00000000' --font-size 24 "
-                               "--fade 0 --text 'Flower IIMW'" +
-                               kSmall;
-
-class TitleTool : public ::testing::Test {
-  protected:
-    struct Result {
-        int status;
-        std::string out, err;
-        std::vector<Frame> Frames() const // raw 160x96 BGRA frames
-        {
-            std::vector<Frame> frames;
-            for (std::size_t at = 0; at + 160 * 96 * 4 <= out.size(); at += 160 * 96 * 4) {
-                frames.emplace_back(160 * 96);
-                std::memcpy(frames.back().data(), out.data() + at, 160 * 96 * 4);
-            }
-            return frames;
-        }
-    };
-
-    void SetUp() override
-    {
-        char pattern[] = "/tmp/flower-title-test-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        dir = pattern;
-    }
-    void TearDown() override { std::system(("rm -rf '" + dir + "'").c_str()); }
-
-    // Runs the tool (or `program`) with `args` (shell words) inside the test's directory.
-    Result Run(const std::string& args, const std::string& program = FLOWER_TITLE_EXE) const
-    {
-        const std::string out = dir + "/.stdout", err = dir + "/.stderr";
-        const int raw = std::system(("cd '" + dir + "' && '" + program + "' " + args + " > '" +
-                                     out + "' 2> '" + err + "' < /dev/null")
-                                        .c_str());
-        Result r = {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, Slurp(out), Slurp(err)};
-        unlink(out.c_str());
-        unlink(err.c_str());
-        return r;
-    }
-
-    Names Files() const
-    {
-        Names names;
-        if (DIR* d = opendir(dir.c_str())) {
-            while (dirent* e = readdir(d))
-                if (e->d_name[0] != '.')
-                    names.push_back(e->d_name);
-            closedir(d);
-        }
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
-    std::string dir;
-};
+using namespace title_test;
 
 TEST_F(TitleTool, BadInputExitsTwoWithOneMessageAndNoFile)
 {

@@ -66,11 +66,20 @@ struct Writer {
     ~Writer() { png_destroy_write_struct(&png, info ? &info : nullptr); }
 };
 
-bool WriteRows(Writer& w, std::FILE* file, png_uint_32 width, png_uint_32 height, png_bytep* rows)
+extern "C" void AppendBytes(png_structp png, png_bytep data, png_size_t count)
+{
+    auto* bytes = static_cast<std::vector<unsigned char>*>(png_get_io_ptr(png));
+    bytes->insert(bytes->end(), data, data + count);
+}
+
+extern "C" void NoFlush(png_structp) {}
+
+bool WriteRows(Writer& w, std::vector<unsigned char>* bytes, png_uint_32 width, png_uint_32 height,
+               png_bytep* rows)
 {
     if (setjmp(png_jmpbuf(w.png)))
         return false;
-    png_init_io(w.png, file);
+    png_set_write_fn(w.png, bytes, AppendBytes, NoFlush);
     png_set_IHDR(w.png, w.info, width, height, 8, PNG_COLOR_TYPE_RGB_ALPHA, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_set_compression_level(w.png, 6);
@@ -114,7 +123,7 @@ Image ReadPng(const std::string& path)
     return image;
 }
 
-bool WritePng(const Image& image, std::FILE* file)
+bool EncodePng(const Image& image, std::vector<unsigned char>& bytes)
 {
     if (image.width < 1 || image.height < 1)
         return false;
@@ -128,7 +137,8 @@ bool WritePng(const Image& image, std::FILE* file)
     for (int y = 0; y < image.height; ++y)
         rows[std::size_t(y)] =
             reinterpret_cast<png_bytep>(const_cast<std::uint32_t*>(image.Row(y)));
-    return WriteRows(w, file, png_uint_32(image.width), png_uint_32(image.height), rows.data());
+    bytes.clear();
+    return WriteRows(w, &bytes, png_uint_32(image.width), png_uint_32(image.height), rows.data());
 }
 
 } // namespace title

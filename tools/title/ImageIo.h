@@ -2,8 +2,8 @@
 #ifndef FLOWER_TITLE_IMAGEIO_H
 #define FLOWER_TITLE_IMAGEIO_H
 
-#include <cstdio>
 #include <string>
+#include <vector>
 
 #include "Image.h"
 
@@ -13,8 +13,8 @@ namespace title {
 // 0xAARRGGBB. Throws ToolError naming the file when it cannot be read.
 Image ReadPng(const std::string& path);
 
-// 8-bit RGBA. Returns false when libpng or the stream fails.
-bool WritePng(const Image& image, std::FILE* file);
+// 8-bit RGBA into `bytes`. Returns false when libpng fails.
+bool EncodePng(const Image& image, std::vector<unsigned char>& bytes);
 
 } // namespace title
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ImageIo.h"
+#include "PixelRoutinesLite.h"
 #include "TextRender.h"
 #include "channel.h"
 #include "florist.h"
@@ -19,16 +20,43 @@ Layer SampleBackground(int width, int height)
     return out;
 }
 
-Layer PictureBackground(const std::string& path, int width, int height)
+// fit: the whole picture, centred on black; fill: the frame covered, the
+// picture's middle kept; stretch: the frame's shape whatever the picture's.
+Layer FittedPicture(Marrow::StubLayer* picture, int width, int height, BackgroundFit fit,
+                    const std::string& path)
 {
-    Image image = ReadPng(path);
+    const int pw = GetLayerWidth(picture), ph = GetLayerHeight(picture);
+    int sw = width, sh = height;
+    if (fit != BackgroundFit::Stretch) {
+        const bool widthLimits = (long long)pw * height > (long long)ph * width;
+        if (widthLimits == (fit == BackgroundFit::Fit))
+            sh = std::max(1, int((long long)ph * width / pw));
+        else
+            sw = std::max(1, int((long long)pw * height / ph));
+    }
+    Layer scaled = NewLayer(sw, sh, "background");
+    if (!ResizeLayer(scaled.get(), picture, false))
+        throw ToolError("cannot scale picture '" + path + "'");
+    if (sw == width && sh == height)
+        return scaled;
+    Layer out = NewLayer(width, height, "background");
+    FillLayer(out.get(), Pel(0xFF000000u));
+    Pixels o(out.get()), s(scaled.get());
+    const int cw = std::min(sw, width), ch = std::min(sh, height);
+    Blit(o.At((width - cw) / 2, (height - ch) / 2), o.Pitch(), s.At((sw - cw) / 2, (sh - ch) / 2),
+         s.Pitch(), cw, ch);
+    return out;
+}
+
+Layer PictureBackground(const Options& o)
+{
+    Image image = ReadPng(o.backgroundPath);
     // The layer borrows the image's pixels (no free function): it dies first.
     Layer picture(CreateCompatibleLayer(reinterpret_cast<u8*>(image.pels.data()), image.width,
                                         image.height, image.width * 4, nullptr, nullptr));
-    Layer out = NewLayer(width, height, "background");
-    if (!picture || !ResizeLayer(out.get(), picture.get(), false))
-        throw ToolError("cannot scale picture '" + path + "'");
-    return out;
+    if (!picture)
+        throw ToolError("out of memory for picture '" + o.backgroundPath + "'");
+    return FittedPicture(picture.get(), o.width, o.height, o.backgroundFit, o.backgroundPath);
 }
 
 Layer MakeBackground(const Options& o)
@@ -37,7 +65,7 @@ Layer MakeBackground(const Options& o)
     case BackgroundKind::Sample:
         return SampleBackground(o.width, o.height);
     case BackgroundKind::Picture:
-        return PictureBackground(o.backgroundPath, o.width, o.height);
+        return PictureBackground(o);
     case BackgroundKind::Checker: {
         Layer out = NewLayer(o.width, o.height, "background");
         TileLayer(out.get(), GetDefaultBackground(), 0, 0, false);
@@ -67,56 +95,73 @@ TextStyle StyleOf(const Options& o)
     s.colour = o.colour;
     s.outline = o.outline;
     s.outlineColour = o.outlineColour;
-    s.shadow = o.shadow;
+    s.shadowX = o.shadowX;
+    s.shadowY = o.shadowY;
     s.shadowColour = o.shadowColour;
     return s;
 }
 
+int FontSize(const Options& o)
+{
+    return o.fontSize > 0 ? o.fontSize : std::max(12, o.height / 15);
+}
+
 } // namespace
 
-Production Produce(const Options& o)
+Production Produce(const Options& o, ItemFeed* items)
 {
     const int w = o.width, h = o.height;
     const TextStyle style = StyleOf(o);
     const int margin = StyleMargin(style);
-    const int fontSize = o.fontSize > 0 ? o.fontSize : std::max(12, h / 15);
-    Font font(o.fontPath, fontSize, TextSettingsOf(o));
-    Layer background = MakeBackground(o);
+    auto font = std::make_unique<Font>(o.fontPath, FontSize(o), TextSettingsOf(o));
+    Production p;
+    if (o.input == InputKind::None)
+        p.background = MakeBackground(o);
 
-    std::vector<LayerRegion> bands;
     CrawlSetup crawl;
     RollSetup roll;
     const int pad = std::max(2, h / 90);
-    int rollBottom = h - h / 12;
+    int rollTop = h / 12, rollBottom = h - h / 12;
     if (o.crawl) {
-        const TextBitmap line = font.RenderLine(o.crawlText, margin);
-        crawl.text = MakeTextLayer(line, style);
-        const int bandHeight = font.LineHeight() + 2 * pad;
-        const int bandY = std::max(0, h - h / 12 - bandHeight);
-        bands.push_back({0, bandY, w, bandHeight});
-        crawl.y = bandY + pad + font.Ascender() - line.baseline;
-        // Speeds are in the reading direction: right-to-left text moves right.
-        crawl.speed =
-            (o.crawlSpeed != 0 ? o.crawlSpeed : w / 6.0) * (font.RightToLeft(o.crawlText) ? -1 : 1);
+        const int bandHeight = o.bandHeight > 0 ? o.bandHeight : font->LineHeight() + 2 * pad;
+        const int bandY = o.crawlY >= 0 ? o.crawlY : std::max(0, h - h / 12 - bandHeight);
+        if (bandY >= h)
+            throw UsageError("--crawl-y " + std::to_string(bandY) + " is below the frame");
+        crawl.band = {0, bandY, w, bandHeight};
+        // Where a line of the font centred in the band has its baseline.
+        const int baseline = bandY + (bandHeight - font->LineHeight()) / 2 + font->Ascender();
+        crawl.speed = o.crawlSpeed != 0 ? o.crawlSpeed : w / 6.0;
+        if (!o.itemsPath.empty()) {
+            crawl.y = baseline - margin - font->Ascender(); // the ticker's window
+        } else {
+            const TextBitmap line = font->RenderLine(o.crawlText, margin);
+            crawl.text = MakeTextLayer(line, style);
+            crawl.y = baseline - line.baseline;
+            // Speeds are in the reading direction: right-to-left text moves right.
+            if (font->RightToLeft(o.crawlText))
+                crawl.speed = -crawl.speed;
+        }
         crawl.fade = o.fade >= 0 ? o.fade : w / 24;
-        rollBottom = bandY - h / 30;
+        // The roll keeps clear of the band, on the side with more room.
+        if (bandY + bandHeight / 2 >= h / 2)
+            rollBottom = std::min(rollBottom, bandY - h / 30);
+        else
+            rollTop = std::max(rollTop, bandY + bandHeight + h / 30);
     }
-    Production p;
     if (o.roll) {
         const int wrapWidth = w - 2 * (margin + w / 20);
-        const TextBitmap block = font.RenderBlock(o.rollLines, margin, wrapWidth);
-        const int top = h / 12;
-        const int regionHeight = rollBottom - top;
+        const TextBitmap block = font->RenderBlock(o.rollLines, margin, wrapWidth);
+        const int regionHeight = rollBottom - rollTop;
         if (regionHeight < 16)
             throw ToolError("the frame is too small for a roll at this font size");
         const int regionWidth = std::min(block.coverage.width, w);
-        roll.region = {(w - regionWidth) / 2, top, regionWidth, regionHeight};
+        roll.region = {(w - regionWidth) / 2, rollTop, regionWidth, regionHeight};
         roll.text = MakeTextLayer(block, style);
         roll.speed = o.rollSpeed != 0 ? o.rollSpeed : h / 8.0;
         roll.fade = o.fade >= 0 ? o.fade : h / 16;
         roll.filter = o.filter;
         const int panelX = std::max(0, roll.region.x + margin - 2 * pad);
-        bands.push_back({panelX, top, w - 2 * panelX, regionHeight});
+        roll.panel = {panelX, rollTop, w - 2 * panelX, regionHeight};
         // Source line L shows at region row L - (roll position), and the block
         // starts at line regionHeight: a short block is centred, a tall one
         // shows its first lines just below the top fade.
@@ -127,8 +172,9 @@ Production Produce(const Options& o)
         const double period = regionHeight + block.coverage.height;
         p.showcaseTime = (roll.speed > 0 ? position : position - period) / roll.speed;
     }
-    p.scene = std::make_unique<Scene>(std::move(background), bands, o.band, std::move(crawl),
-                                      std::move(roll));
+    if (o.crawl && !o.itemsPath.empty())
+        crawl.ticker = std::make_unique<Ticker>(std::move(font), style, o.separator, *items, w);
+    p.scene = std::make_unique<Scene>(w, h, o.band, std::move(crawl), std::move(roll));
     return p;
 }
 

@@ -12,13 +12,16 @@ namespace title {
 
 struct Production {
     std::unique_ptr<Scene> scene;
+    Layer background; // none when the frames come from an input
     // A time at which the roll shows its text (the still's default), rather
     // than the empty region a roll starts with.
     double showcaseTime = 0;
 };
 
-// Throws ToolError for unreadable fonts or pictures, or text that will not fit.
-Production Produce(const Options& options);
+// Frames of options.width x options.height. `items` feeds the crawl when
+// options.itemsPath is set. Throws ToolError for unreadable fonts or
+// pictures, or text that will not fit.
+Production Produce(const Options& options, ItemFeed* items);
 
 } // namespace title
 

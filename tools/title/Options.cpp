@@ -72,13 +72,25 @@ double ParseNumber(const std::string& text, const std::string& what, double low,
     return v;
 }
 
-void ParseSize(Options& o, const std::string& text)
+void ParseDimensions(const std::string& text, const std::string& what, int& width, int& height)
 {
     const auto x = text.find('x');
     if (x == std::string::npos)
-        throw UsageError("--size must look like 1280x720, not '" + text + "'");
-    o.width = ParseInt(text.substr(0, x), "--size width", 16, 8192);
-    o.height = ParseInt(text.substr(x + 1), "--size height", 16, 8192);
+        throw UsageError(what + " must look like 1280x720, not '" + text + "'");
+    width = ParseInt(text.substr(0, x), what + " width", 16, 8192);
+    height = ParseInt(text.substr(x + 1), what + " height", 16, 8192);
+}
+
+// "N" is N pixels right and down; "DX,DY" any direction.
+void ParseShadow(Options& o, const std::string& text)
+{
+    const auto comma = text.find(',');
+    if (comma == std::string::npos) {
+        o.shadowX = o.shadowY = ParseInt(text, "--shadow", 0, 64);
+        return;
+    }
+    o.shadowX = ParseInt(text.substr(0, comma), "--shadow DX", -64, 64);
+    o.shadowY = ParseInt(text.substr(comma + 1), "--shadow DY", -64, 64);
 }
 
 // NTSC-family rates are written as decimals but mean n * 1000 / 1001.
@@ -123,7 +135,7 @@ std::vector<std::string> ReadLines(const std::string& path)
     while (!lines.empty() && lines.back().empty())
         lines.pop_back();
     if (lines.empty())
-        throw ToolError("text file '" + path + "' holds no text");
+        throw UsageError("text file '" + path + "' holds no text");
     return lines;
 }
 
@@ -136,7 +148,7 @@ void ParseBackground(Options& o, const std::string& text)
     } else if (!text.empty() && text[0] == '#') {
         o.background = BackgroundKind::Colour;
         o.backgroundColour = ParseColour(text, "--background");
-    } else if (EndsWith(text, ".png")) {
+    } else if (EndsWith(text, ".png") && text.size() > 4) {
         o.background = BackgroundKind::Picture;
         o.backgroundPath = text;
     } else {
@@ -145,18 +157,51 @@ void ParseBackground(Options& o, const std::string& text)
     }
 }
 
-void ParseOutput(Options& o, const std::string& text)
+OutputKind ParseFormat(const std::string& text)
 {
-    o.outputPath = text;
-    if (text == "-")
-        o.output = OutputKind::RawStdout;
-    else if (EndsWith(text, ".png") && text.size() > 4)
+    if (text == "y4m")
+        return OutputKind::Y4m;
+    if (text == "bgra")
+        return OutputKind::Bgra;
+    if (text == "png")
+        return OutputKind::Png;
+    throw UsageError("--format must be y4m, bgra or png, not '" + text + "'");
+}
+
+// An explicit --format wins; otherwise the name tells, and "-" means raw BGRA.
+void ResolveOutputFormat(Options& o)
+{
+    if (o.outputPath.empty() || o.formatGiven)
+        return;
+    if (o.outputPath == "-")
+        o.output = OutputKind::Bgra;
+    else if (EndsWith(o.outputPath, ".png") && o.outputPath.size() > 4)
         o.output = OutputKind::Png;
-    else if (EndsWith(text, ".y4m") && text.size() > 4)
+    else if (EndsWith(o.outputPath, ".y4m") && o.outputPath.size() > 4)
         o.output = OutputKind::Y4m;
     else
-        throw UsageError("--output must end in .png or .y4m, or be - for raw frames, not '" + text +
-                         "'");
+        throw UsageError("cannot tell the format of '" + o.outputPath +
+                         "': name it .png or .y4m, or add --format y4m|bgra");
+}
+
+BackgroundFit ParseFit(const std::string& text)
+{
+    if (text == "stretch")
+        return BackgroundFit::Stretch;
+    if (text == "fit")
+        return BackgroundFit::Fit;
+    if (text == "fill")
+        return BackgroundFit::Fill;
+    throw UsageError("--background-fit must be stretch, fit or fill, not '" + text + "'");
+}
+
+MatrixChoice ParseMatrix(const std::string& text)
+{
+    if (text == "bt709")
+        return MatrixChoice::Bt709;
+    if (text == "bt601")
+        return MatrixChoice::Bt601;
+    throw UsageError("--matrix must be bt709 or bt601, not '" + text + "'");
 }
 
 Interlace ParseInterlace(const std::string& text)
@@ -197,9 +242,19 @@ const std::map<std::string, Setter>& ValueOptions()
     static const std::map<std::string, Setter> table = {
         {"--text",
          [](Options& o, const std::string& v) {
+             if (v.empty())
+                 throw UsageError("--text is empty");
              o.crawlText = v;
              o.textGiven = true;
          }},
+        {"--items",
+         [](Options& o, const std::string& v) {
+             if (v.empty())
+                 throw UsageError("--items needs a file name, or - for standard input");
+             o.itemsPath = v;
+             o.crawl = true;
+         }},
+        {"--separator", [](Options& o, const std::string& v) { o.separator = v; }},
         {"--text-file",
          [](Options& o, const std::string& v) {
              o.rollLines = ReadLines(v);
@@ -222,13 +277,24 @@ const std::map<std::string, Setter>& ValueOptions()
          [](Options& o, const std::string& v) {
              o.outlineColour = ParseColour(v, "--outline-colour");
          }},
-        {"--shadow",
-         [](Options& o, const std::string& v) { o.shadow = ParseInt(v, "--shadow", 0, 64); }},
+        {"--shadow", ParseShadow},
         {"--shadow-colour",
          [](Options& o, const std::string& v) {
              o.shadowColour = ParseColour(v, "--shadow-colour");
          }},
-        {"--background", ParseBackground},
+        {"--background",
+         [](Options& o, const std::string& v) {
+             ParseBackground(o, v);
+             o.backgroundGiven = true;
+         }},
+        {"--background-fit",
+         [](Options& o, const std::string& v) { o.backgroundFit = ParseFit(v); }},
+        {"--crawl-y",
+         [](Options& o, const std::string& v) { o.crawlY = ParseInt(v, "--crawl-y", 0, 8191); }},
+        {"--band-height",
+         [](Options& o, const std::string& v) {
+             o.bandHeight = ParseInt(v, "--band-height", 1, 8192);
+         }},
         {"--band", [](Options& o, const std::string& v) { o.band = ParseColour(v, "--band"); }},
         {"--speed",
          [](Options& o, const std::string& v) {
@@ -246,19 +312,63 @@ const std::map<std::string, Setter>& ValueOptions()
          [](Options& o, const std::string& v) { o.fade = ParseInt(v, "--fade", 0, 4096); }},
         {"--filter",
          [](Options& o, const std::string& v) { o.filter = ParseInt(v, "--filter", 0, 128); }},
-        {"--interlace", [](Options& o, const std::string& v) { o.interlace = ParseInterlace(v); }},
-        {"--size", ParseSize},
-        {"--fps", [](Options& o, const std::string& v) { o.fps = ParseFrameRate(v); }},
+        {"--interlace",
+         [](Options& o, const std::string& v) {
+             o.interlace = ParseInterlace(v);
+             o.interlaceGiven = true;
+         }},
+        {"--size",
+         [](Options& o, const std::string& v) {
+             ParseDimensions(v, "--size", o.width, o.height);
+             o.sizeGiven = true;
+         }},
+        {"--fps",
+         [](Options& o, const std::string& v) {
+             o.fps = ParseFrameRate(v);
+             o.fpsGiven = true;
+         }},
         {"--seconds",
          [](Options& o, const std::string& v) {
-             o.seconds = ParseNumber(v, "--seconds", 0.001, 3600);
+             o.seconds = ParseNumber(v, "--seconds", 0, 1e6);
+             if (o.seconds > 0 && o.seconds < 0.001)
+                 throw UsageError("--seconds must be 0 (no end) or at least 0.001");
+             o.secondsGiven = true;
          }},
         {"--time",
          [](Options& o, const std::string& v) {
              o.time = ParseNumber(v, "--time", 0, 1e6);
              o.timeGiven = true;
          }},
-        {"--output", ParseOutput},
+        {"--output",
+         [](Options& o, const std::string& v) {
+             if (v.empty())
+                 throw UsageError("--output is empty");
+             o.outputPath = v;
+         }},
+        {"--format",
+         [](Options& o, const std::string& v) {
+             o.output = ParseFormat(v);
+             o.formatGiven = true;
+         }},
+        {"--input",
+         [](Options& o, const std::string& v) {
+             if (v.empty())
+                 throw UsageError("--input needs a file name, or - for standard input");
+             o.inputPath = v;
+             if (o.input == InputKind::None)
+                 o.input = InputKind::Y4m;
+         }},
+        {"--input-format",
+         [](Options& o, const std::string& v) {
+             if (v != "y4m" && v != "bgra")
+                 throw UsageError("--input-format must be y4m or bgra, not '" + v + "'");
+             o.input = v == "y4m" ? InputKind::Y4m : InputKind::Bgra;
+         }},
+        {"--input-size",
+         [](Options& o,
+            const std::string&
+                v) { ParseDimensions(v, "--input-size", o.inputWidth, o.inputHeight); }},
+        {"--matrix", [](Options& o, const std::string& v) { o.matrix = ParseMatrix(v); }},
     };
     return table;
 }
@@ -267,6 +377,7 @@ const std::map<std::string, std::function<void(Options&)>>& FlagOptions()
 {
     static const std::map<std::string, std::function<void(Options&)>> table = {
         {"--help", [](Options& o) { o.showHelp = true; }},
+        {"--version", [](Options& o) { o.showVersion = true; }},
         {"--with-roll", [](Options& o) { o.roll = true; }},
         {"--with-crawl", [](Options& o) { o.crawl = true; }},
         {"--benchmark", [](Options& o) { o.benchmark = true; }},
@@ -319,6 +430,32 @@ void ParseArgument(const char* const* argv, int argc, int& i, Options& o)
     option->second(o, value);
 }
 
+void CheckInput(Options& o)
+{
+    if (o.inputPath.empty()) {
+        if (o.input != InputKind::None || o.inputWidth > 0)
+            throw UsageError("--input-format and --input-size describe an --input; none given");
+        return;
+    }
+    if (o.backgroundGiven)
+        throw UsageError("--background and --input both give the picture under the titles");
+    if (o.input == InputKind::Bgra) {
+        if (o.inputWidth == 0 || !o.fpsGiven)
+            throw UsageError("raw BGRA input needs --input-size WxH and --fps R");
+        if (o.sizeGiven && (o.width != o.inputWidth || o.height != o.inputHeight))
+            throw UsageError("--size contradicts --input-size");
+        o.width = o.inputWidth;
+        o.height = o.inputHeight;
+    } else if (o.inputWidth > 0) {
+        throw UsageError("--input-size is for raw BGRA input; a YUV4MPEG2 header states its size");
+    }
+    if (o.inputPath == "-" && o.itemsPath == "-")
+        throw UsageError("--input and --items cannot both read standard input");
+    // An input ends the render; --seconds only cuts it shorter.
+    if (!o.secondsGiven)
+        o.seconds = 0;
+}
+
 void CheckConsistency(Options& o)
 {
     if (o.command == Command::Still)
@@ -327,6 +464,10 @@ void CheckConsistency(Options& o)
         o.crawl = true;
     if (o.command == Command::Roll)
         o.roll = true;
+    if (!o.itemsPath.empty() && o.textGiven)
+        throw UsageError("--text and --items both give the crawl; use one");
+    if (!o.itemsPath.empty() && o.crawlSpeed < 0)
+        throw UsageError("an --items crawl moves left: give a positive --crawl-speed");
     // A roll given only --text rolls that text; otherwise --text is the crawl's.
     if (o.textGiven && o.command == Command::Roll && o.rollLines.empty()) {
         o.rollLines.push_back(o.crawlText);
@@ -334,14 +475,20 @@ void CheckConsistency(Options& o)
     } else if (o.textGiven) {
         o.crawl = true;
     }
-    if (o.crawlText.empty())
+    if (o.crawlText.empty() && o.itemsPath.empty())
         o.crawlText = kDefaultCrawl;
     if (o.rollLines.empty())
         o.rollLines.assign(std::begin(kDefaultRoll), std::end(kDefaultRoll));
+    CheckInput(o);
+    ResolveOutputFormat(o);
     if (o.output == OutputKind::None && !o.benchmark)
         throw UsageError("no output given: use --output PATH.png, PATH.y4m or -");
-    if (o.benchmark && o.output != OutputKind::None)
+    if (o.benchmark && !o.outputPath.empty())
         throw UsageError("--benchmark renders without writing; leave out --output");
+    if (o.output != OutputKind::None && o.outputPath.empty())
+        throw UsageError("--format needs an --output");
+    if (o.seconds == 0 && o.input == InputKind::None && o.output == OutputKind::Png)
+        throw UsageError("a .png output is one frame; --seconds 0 has no use there");
     if (o.fade * 2 > o.width)
         throw UsageError("--fade must be at most half the frame width");
 }
@@ -370,6 +517,10 @@ Options ParseOptions(int argc, const char* const* argv)
         o.showHelp = true;
         return o;
     }
+    if (command == "--version") {
+        o.showVersion = true;
+        return o;
+    }
     if (command == "crawl")
         o.command = Command::Crawl;
     else if (command == "roll")
@@ -380,7 +531,7 @@ Options ParseOptions(int argc, const char* const* argv)
         throw UsageError("unknown command '" + command + "': use crawl, roll or still");
     for (int i = 2; i < argc; ++i) {
         ParseArgument(argv, argc, i, o);
-        if (o.showHelp)
+        if (o.showHelp || o.showVersion)
             return o;
     }
     CheckConsistency(o);
@@ -389,20 +540,25 @@ Options ParseOptions(int argc, const char* const* argv)
 
 const char* HelpText()
 {
-    return R"help(flower-title: crawls and rolls real text over video frames with libflower
+    return R"help(flower-title: crawls and rolls real text over video with libflower
 
 usage: flower-title crawl|roll|still [options]
+       flower-title --help | --version
 
 commands
   crawl   one line of text moving horizontally (add a roll with --with-roll or --text-file)
   roll    a block of centred lines moving vertically (add a crawl with --with-crawl, or
           --text next to --text-file)
-  still   one frame with a crawl and a roll, at --time seconds
+  still   the titles held at --time (one frame, or every frame of an --input)
 
 text
-  --text TEXT             crawl text (UTF-8); newlines separate its items, which read in
-                          their own directions, joined by " • ". For roll without
-                          --text-file: the roll's text, a newline starting a new line
+  --text TEXT             crawl text (UTF-8, not empty); newlines separate its items, which
+                          read in their own directions, joined by --separator. For roll
+                          without --text-file: the roll's text, a newline starting a new line
+  --items FILE            crawl items, one per line, looping without a gap; a change
+                          to FILE shows at the next item; - reads lines from standard
+                          input as they arrive (a blank line starts a new list)
+  --separator S           between a crawl's items (default " • ")
   --text-file PATH        roll text, one line per line (UTF-8)
   --font FONT             font file, or fontconfig name or pattern: "DejaVu Serif",
                           "Noto Sans:bold" (default DejaVu Sans). Characters it lacks
@@ -415,27 +571,49 @@ text
   --colour #RRGGBB[AA]    text colour (default #FFFFFF)
   --outline PX            outline width, 0 for none (default 0)
   --outline-colour C      outline colour (default #000000)
-  --shadow PX             drop shadow offset, 0 for none (default 0)
+  --shadow DX,DY          drop shadow offset in any direction; N means N,N (default none)
   --shadow-colour C       shadow colour (default #000000A0)
 
-frames
-  --background B          sample | checker | #RRGGBB[AA] | PATH.png (default sample)
-  --band #RRGGBBAA        band under the text (default #102040A0)
+layout
+  --crawl-y Y             top row of the crawl band (default: near the bottom)
+  --band-height PX        height of the crawl band (default: the text's line height
+                          and a margin)
+  --band #RRGGBBAA        band and roll panel colour, #00000000 for none
+                          (default #102040A0)
+  --background B          sample | checker | #RRGGBB[AA] | PATH.png (default sample;
+                          not with --input)
+  --background-fit F      stretch | fit | fill: how a PATH.png meets the frame (default
+                          stretch; fit keeps the aspect ratio on black, fill crops)
+
+motion
   --speed PX              pixels per second for crawl and roll, in the reading direction
-                          (defaults: width / 6, height / 8)
+                          (defaults: width / 6, height / 8; --items crawls move left)
   --crawl-speed, --roll-speed PX   the same for one of them
   --fade PX               fade zone at both ends (default: width / 24 for a crawl,
                           height / 16 for a roll)
   --filter K              vertical roll filter strength 0..128 (default 32)
-  --interlace tff|bff     render each field at its own time and weave them
+  --seconds S             length (default 6; with --input, until the input ends);
+                          0: until the input ends or the tool is interrupted
+  --time T                time of the still, of the first frame, or of the input frame
+                          a .png output shows
+
+video in
+  --input PATH            YUV4MPEG2 (8-bit 4:2:0, 4:2:2 or 4:4:4), - for standard input;
+                          its size, rate and field order are the output's, and every
+                          sample the titles do not cover passes through unchanged
+  --input-format bgra     raw BGRA frames instead; needs --input-size WxH and --fps R
+  --matrix bt709|bt601    Y'CbCr colour matrix (default: bt709 above 576 lines,
+                          bt601 otherwise)
+
+frames (without --input)
   --size WxH              frame size (default 1280x720)
   --fps R                 frame rate: 25, 50, 29.97, 30000/1001 ... (default 25)
-  --seconds S             length of a crawl or roll (default 6)
-  --time T                time of the still, or of the frame a .png output shows
+  --interlace tff|bff     render each field at its own time and weave them
 
 output
-  -o, --output PATH       PATH.png (one frame), PATH.y4m (YUV4MPEG2 4:2:0, BT.709
-                          limited range) or - (raw BGRA frames on stdout)
+  -o, --output PATH       PATH.png (one frame), PATH.y4m, - (standard output) or a
+                          pipe or device; regular files appear only when complete
+  --format y4m|bgra|png   what to write (default: from the name; - is raw BGRA)
   --benchmark             render every frame without writing and report the speed
   --quiet                 no progress bar and no closing line
 
@@ -444,11 +622,17 @@ examples
   flower-title crawl --text "Breaking news" --speed 200 --outline 2 -o crawl.y4m
   flower-title roll --text-file credits.txt --interlace tff --fps 25 -o roll.y4m
   flower-title crawl --font "Noto Sans" --text "$(printf 'Hello\nمرحبا\nשלום\n你好')" -o crawl.y4m
+  ffmpeg -i in.mp4 -pix_fmt yuv420p -f yuv4mpegpipe - |
+      flower-title crawl --input - --items news.txt -o - --format y4m |
+      ffmpeg -i - -i in.mp4 -map 0:v -map 1:a? -c:v libx264 -pix_fmt yuv420p \
+             -colorspace bt709 -color_primaries bt709 -color_trc bt709 -c:a copy out.mp4
   flower-title crawl --with-roll --size 1920x1080 -o - |
-      ffmpeg -f rawvideo -pixel_format bgra -video_size 1920x1080 -framerate 25 -i - out.mp4
+      ffmpeg -f rawvideo -pixel_format bgra -video_size 1920x1080 -framerate 25 -i - \
+             -pix_fmt yuv420p out.mp4
 
-Bad arguments, missing or broken fonts, unreadable pictures, text too large to set and
-unwritable outputs exit with status 2 and leave no file behind.
+Bad arguments, inputs, missing or broken fonts, unreadable pictures, text too large to
+set and unwritable outputs exit with status 2 and one message, leaving no file behind.
+An interrupted render without an end closes its output at the last whole frame.
 )help";
 }
 

@@ -12,8 +12,12 @@ namespace title {
 
 enum class Command { Crawl, Roll, Still };
 enum class Interlace { None, TopFieldFirst, BottomFieldFirst };
-enum class OutputKind { Png, Y4m, RawStdout, None };
+enum class OutputKind { Png, Y4m, Bgra, None };
+enum class InputKind { None, Y4m, Bgra };
 enum class BackgroundKind { Sample, Checker, Colour, Picture };
+enum class BackgroundFit { Stretch, Fit, Fill };
+// Auto: BT.709 for frames taller than 576 lines, BT.601 otherwise.
+enum class MatrixChoice { Auto, Bt601, Bt709 };
 
 struct FrameRate {
     int numerator = 25;
@@ -24,11 +28,13 @@ struct FrameRate {
 struct Options {
     Command command = Command::Still;
     bool showHelp = false;
+    bool showVersion = false;
 
     bool crawl = false; // which elements the frames carry
     bool roll = false;
     std::string crawlText; // a newline separates items
     std::vector<std::string> rollLines;
+    std::string itemsPath;              // crawl items, one per line; "-" is stdin
     bool textGiven = false;             // --text: the crawl's, or a lone roll's lines
     std::string separator = " \u2022 "; // between a crawl's items
 
@@ -41,13 +47,18 @@ struct Options {
     std::uint32_t colour = 0xFFFFFFFFu;
     int outline = 0;
     std::uint32_t outlineColour = 0xFF000000u;
-    int shadow = 0;
+    int shadowX = 0; // offset in pixels, any direction
+    int shadowY = 0;
     std::uint32_t shadowColour = 0xA0000000u;
 
     BackgroundKind background = BackgroundKind::Sample;
     std::uint32_t backgroundColour = 0;
     std::string backgroundPath;
+    BackgroundFit backgroundFit = BackgroundFit::Stretch;
+    bool backgroundGiven = false;
     std::uint32_t band = 0xA0102040u;
+    int crawlY = -1;    // top of the crawl band; -1: near the bottom
+    int bandHeight = 0; // 0: from the font
 
     double crawlSpeed = 0; // 0: the command's default
     double rollSpeed = 0;
@@ -55,15 +66,27 @@ struct Options {
     int filter = 32;
     Interlace interlace = Interlace::None;
 
+    bool interlaceGiven = false;
+
     int width = 1280;
     int height = 720;
+    bool sizeGiven = false;
     FrameRate fps;
-    double seconds = 6;
+    bool fpsGiven = false;
+    double seconds = 6; // 0: until the input ends or the tool is interrupted
+    bool secondsGiven = false;
     double time = 0;
     bool timeGiven = false;
 
+    InputKind input = InputKind::None;
+    std::string inputPath; // "-" is stdin
+    int inputWidth = 0;    // raw BGRA input only
+    int inputHeight = 0;
+    MatrixChoice matrix = MatrixChoice::Auto;
+
     OutputKind output = OutputKind::None;
     std::string outputPath;
+    bool formatGiven = false;
     bool benchmark = false;
     bool quiet = false;
 };

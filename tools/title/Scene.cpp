@@ -1,19 +1,42 @@
-// Frame rendering. Everything that does not move is composited once into the
-// base; each frame is then one copy of the base, a sub-pixel crawl and a
-// sub-line roll into scratch layers, and two composites.
+// Frame rendering. Each element (the crawl in its band, the roll on its
+// panel) owns a patch: a transparent layer over its part of the frame. The
+// band or panel is composited into a backdrop once; each frame is one copy of
+// the backdrop, a sub-pixel crawl or a sub-line roll into scratch layers, and
+// one composite.
 #include "Scene.h"
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
+#include <cstring>
 
 #include "PixelRoutinesLite.h"
 
 namespace title {
 
-struct Scene::Crawl {
+struct Scene::Element {
+    LayerRegion rect{}; // in the frame
+    Layer backdrop;     // band or panel over transparency
+    Layer patch;        // what the frame gets
+    Layer late;         // the second field's patch, for interlaced frames
+
+    void Begin()
+    {
+        Pixels b(backdrop.get()), p(patch.get());
+        Blit(p.At(0, 0), p.Pitch(), b.At(0, 0), b.Pitch(), p.Width(), p.Height());
+    }
+    // `content` (its row `contentRow` at patch row `row`) over the patch.
+    void Add(Marrow::StubLayer* content, int x, int row, int contentRow, int columns, int rows)
+    {
+        Pixels c(content), p(patch.get());
+        Composit(p.At(x, row), p.Pitch(), p.At(x, row), p.Pitch(), c.At(0, contentRow), c.Pitch(),
+                 columns, rows);
+    }
+};
+
+struct Scene::Crawl : Element {
     Layer strip;   // [width transparent][text][width + 1 transparent]
     Layer scratch; // the blit's output, frame width x text height
+    std::unique_ptr<Ticker> ticker;
     int y = 0;
     int height = 0;
     int period = 0; // frame width + text width: the text re-enters once gone
@@ -21,7 +44,7 @@ struct Scene::Crawl {
     int fade = 0;
 };
 
-struct Scene::Roll {
+struct Scene::Roll : Element {
     Layer strip;   // region height transparent lines, then the block
     Layer scratch; // region size
     LayerRegion region{};
@@ -42,15 +65,32 @@ int LayerHeight(const Layer& l)
     return GetLayerHeight(l.get());
 }
 
-void CompositBand(Marrow::StubLayer* base, const LayerRegion& band, std::uint32_t colour)
+LayerRegion Union(const LayerRegion& a, const LayerRegion& b)
 {
-    Pixels b(base);
-    const LayerRegion r = IntersectLayerRegions(band, LayerRegion{0, 0, b.Width(), b.Height()});
+    if (IsEmptyLayerRegion(a))
+        return b;
+    if (IsEmptyLayerRegion(b))
+        return a;
+    const int x0 = std::min(a.x, b.x), y0 = std::min(a.y, b.y);
+    const int x1 = std::max(a.x + a.width, b.x + b.width);
+    const int y1 = std::max(a.y + a.height, b.y + b.height);
+    return {x0, y0, x1 - x0, y1 - y0};
+}
+
+// A transparent layer over `rect` with `colour` composited over `fill`.
+void MakeBackdrop(Scene::Element& e, const LayerRegion& rect, const LayerRegion& fill,
+                  std::uint32_t colour)
+{
+    e.rect = rect;
+    e.backdrop = NewLayer(rect.width, rect.height, "title backdrop");
+    e.patch = NewLayer(rect.width, rect.height, "title patch");
+    const LayerRegion r = IntersectLayerRegions(fill, rect);
     if (IsEmptyLayerRegion(r))
         return;
+    Pixels b(e.backdrop.get());
     // A pitch of 0 reads the one colour row for every row.
     const std::vector<Pel> row(std::size_t(r.width), Pel(colour));
-    char* dst = b.At(r.x, r.y);
+    char* dst = b.At(r.x - rect.x, r.y - rect.y);
     Composit(dst, b.Pitch(), dst, b.Pitch(), reinterpret_cast<const char*>(row.data()), 0, r.width,
              r.height);
 }
@@ -75,25 +115,33 @@ SubPosition PositionAt(double pixels, int period)
     return {int(reduced), int(q - whole * 256)};
 }
 
-Scene::Scene(Layer background, const std::vector<LayerRegion>& bands, std::uint32_t bandColour,
-             CrawlSetup crawlSetup, RollSetup rollSetup)
-    : width(LayerWidth(background)), height(LayerHeight(background)), base(std::move(background))
+Scene::Scene(int w, int h, std::uint32_t bandColour, CrawlSetup crawlSetup, RollSetup rollSetup)
+    : width(w), height(h)
 {
-    for (const LayerRegion& band : bands)
-        CompositBand(base.get(), band, bandColour);
-
-    if (crawlSetup.text) {
+    const LayerRegion frame{0, 0, w, h};
+    if (crawlSetup.text || crawlSetup.ticker) {
         crawl = std::make_unique<Crawl>();
-        const int textWidth = LayerWidth(crawlSetup.text);
-        crawl->height = LayerHeight(crawlSetup.text);
+        crawl->ticker = std::move(crawlSetup.ticker);
+        crawl->height = crawl->ticker ? crawl->ticker->Height() : LayerHeight(crawlSetup.text);
         crawl->y = crawlSetup.y;
-        crawl->period = width + textWidth;
         crawl->speed = crawlSetup.speed;
         crawl->fade = crawlSetup.fade;
-        crawl->strip = NewLayer(crawl->period + width + 1, crawl->height, "crawl strip");
-        PasteColumns(crawl->strip.get(), crawlSetup.text.get(), width, 0, 0, 0, textWidth,
-                     crawl->height);
+        if (crawl->ticker) {
+            crawl->strip = NewLayer(crawl->ticker->WindowWidth(), crawl->height, "crawl window");
+        } else {
+            const int textWidth = LayerWidth(crawlSetup.text);
+            crawl->period = width + textWidth;
+            crawl->strip = NewLayer(crawl->period + width + 1, crawl->height, "crawl strip");
+            PasteColumns(crawl->strip.get(), crawlSetup.text.get(), width, 0, 0, 0, textWidth,
+                         crawl->height);
+        }
         crawl->scratch = NewLayer(width, crawl->height, "crawl");
+        const LayerRegion strip{0, crawl->y, w, crawl->height};
+        const LayerRegion rect = IntersectLayerRegions(Union(crawlSetup.band, strip), frame);
+        if (IsEmptyLayerRegion(rect))
+            throw ToolError("the crawl lies outside the frame");
+        MakeBackdrop(*crawl, rect, crawlSetup.band, bandColour);
+        elements.push_back(crawl.get());
     }
     if (rollSetup.text) {
         roll = std::make_unique<Roll>();
@@ -112,32 +160,44 @@ Scene::Scene(Layer background, const std::vector<LayerRegion>& bands, std::uint3
         PasteColumns(roll->strip.get(), rollSetup.text.get(), dstX, srcX, 0, r.height,
                      std::min(blockWidth, r.width), blockHeight);
         roll->scratch = NewLayer(r.width, r.height, "roll");
+        MakeBackdrop(*roll, IntersectLayerRegions(Union(rollSetup.panel, r), frame),
+                     rollSetup.panel, bandColour);
+        elements.push_back(roll.get());
     }
 }
 
 Scene::~Scene() = default;
 
-void Scene::Render(Marrow::StubLayer* frame, double seconds)
+void Scene::RenderAt(double seconds)
 {
-    Pixels f(frame);
-    {
-        Pixels b(base.get());
-        Blit(f.At(0, 0), f.Pitch(), b.At(0, 0), b.Pitch(), width, height);
-    }
     if (crawl) {
-        Pixels strip(crawl->strip.get()), out(crawl->scratch.get());
-        const SubPosition at = PositionAt(crawl->speed * seconds, crawl->period);
+        crawl->Begin();
+        Pixels out(crawl->scratch.get());
         const int fade = crawl->fade;
-        SubpixCrawlBlit(out.At(0, 0), out.Pitch(), strip.At(0, 0), strip.Pitch(), width,
-                        crawl->height, at.whole, at.fraction, crawl->period, fade, fade,
-                        width - fade, fade);
-        const int top = std::max(0, crawl->y);
-        const int bottom = std::min(height, crawl->y + crawl->height);
+        if (crawl->ticker) {
+            // Tape column of the frame's left edge; the text enters at the right.
+            const long long q = std::llround((crawl->speed * seconds - width) * 256.0);
+            const long long column = q >= 0 ? q / 256 : -((-q + 255) / 256);
+            crawl->ticker->Window(column, crawl->strip.get());
+            Pixels strip(crawl->strip.get());
+            SubpixCrawlBlit(out.At(0, 0), out.Pitch(), strip.At(0, 0), strip.Pitch(), width,
+                            crawl->height, 0, int(q - column * 256), strip.Width(), fade, fade,
+                            width - fade, fade);
+        } else {
+            Pixels strip(crawl->strip.get());
+            const SubPosition at = PositionAt(crawl->speed * seconds, crawl->period);
+            SubpixCrawlBlit(out.At(0, 0), out.Pitch(), strip.At(0, 0), strip.Pitch(), width,
+                            crawl->height, at.whole, at.fraction, crawl->period, fade, fade,
+                            width - fade, fade);
+        }
+        const LayerRegion& rect = crawl->rect;
+        const int top = std::max(rect.y, crawl->y);
+        const int bottom = std::min(rect.y + rect.height, crawl->y + crawl->height);
         if (bottom > top)
-            Composit(f.At(0, top), f.Pitch(), f.At(0, top), f.Pitch(), out.At(0, top - crawl->y),
-                     out.Pitch(), width, bottom - top);
+            crawl->Add(crawl->scratch.get(), 0, top - rect.y, top - crawl->y, width, bottom - top);
     }
     if (roll) {
+        roll->Begin();
         Pixels strip(roll->strip.get()), out(roll->scratch.get());
         const LayerRegion& r = roll->region;
         SubPosition at = PositionAt(roll->speed * seconds, roll->period);
@@ -156,9 +216,49 @@ void Scene::Render(Marrow::StubLayer* frame, double seconds)
                             strip.Pitch(), (at.whole + fade) % roll->period, 1, at.fraction,
                             roll->period, roll->filter, 0, 0, fade > 0 ? rest - 1 - fade : rest,
                             fade);
-        Composit(f.At(r.x, r.y), f.Pitch(), f.At(r.x, r.y), f.Pitch(), out.At(0, 0), out.Pitch(),
-                 r.width, r.height);
+        // The region may reach outside the frame; only the part inside is kept.
+        const LayerRegion& rect = roll->rect;
+        const LayerRegion shown = IntersectLayerRegions(r, rect);
+        if (!IsEmptyLayerRegion(shown))
+            roll->Add(roll->scratch.get(), shown.x - rect.x, shown.y - rect.y, shown.y - r.y,
+                      shown.width, shown.height);
     }
+}
+
+const std::vector<OverlayPatch>& Scene::RenderTitles(double seconds)
+{
+    RenderAt(seconds);
+    return CollectPatches();
+}
+
+const std::vector<OverlayPatch>& Scene::CollectPatches()
+{
+    patches.clear();
+    for (Element* e : elements) {
+        Pixels p(e->patch.get());
+        patches.push_back({e->rect.x, e->rect.y, e->rect.width, e->rect.height,
+                           reinterpret_cast<const std::uint32_t*>(p.At(0, 0)), p.Pitch() / 4});
+    }
+    return patches;
+}
+
+const std::vector<OverlayPatch>& Scene::RenderTitles(double early, double late, bool topFieldFirst)
+{
+    RenderAt(late);
+    for (Element* e : elements) {
+        if (!e->late)
+            e->late = NewLayer(e->rect.width, e->rect.height, "field patch");
+        std::swap(e->late, e->patch);
+    }
+    RenderAt(early);
+    for (Element* e : elements) {
+        Pixels p(e->patch.get()), l(e->late.get());
+        // Frame rows of the later field: odd rows for tff, even for bff.
+        for (int row = 0; row < p.Height(); ++row)
+            if (((e->rect.y + row) % 2 == 1) == topFieldFirst)
+                std::memcpy(p.At(0, row), l.At(0, row), std::size_t(p.Width()) * 4);
+    }
+    return CollectPatches();
 }
 
 } // namespace title

@@ -1,22 +1,25 @@
-// One title scene: a static base (background and bands) with a crawl and a
-// roll moving over it, rendered at any time through the library.
+// One title scene: a crawl in its band and a roll on its panel, rendered at
+// any time through the library into overlay patches, and optionally a
+// background they go over.
 #ifndef FLOWER_TITLE_SCENE_H
 #define FLOWER_TITLE_SCENE_H
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
-#include "Image.h"
 #include "LayerRegion.h"
 #include "Layers.h"
-#include "Options.h"
-#include "TextLayer.h"
+#include "Overlay.h"
+#include "Ticker.h"
 
 namespace title {
 
 struct CrawlSetup {
-    Layer text; // the styled line
-    int y = 0;  // frame row of the strip's top
+    Layer text;                     // the styled line, or
+    std::unique_ptr<Ticker> ticker; // a looping crawl of items
+    LayerRegion band{};             // drawn under the text; may be empty
+    int y = 0;                      // frame row of the strip's top
     double speed = 0;
     int fade = 0;
 };
@@ -24,6 +27,7 @@ struct CrawlSetup {
 struct RollSetup {
     Layer text;         // the styled block
     LayerRegion region; // where it rolls in the frame
+    LayerRegion panel;  // drawn under it
     double speed = 0;
     int fade = 0;
     int filter = 0;
@@ -38,26 +42,33 @@ SubPosition PositionAt(double pixels, int period);
 
 class Scene {
   public:
-    // `crawl` and `roll` may have empty text layers (the element is left out).
-    // `bands` are drawn over the background, under the text.
-    Scene(Layer background, const std::vector<LayerRegion>& bands, std::uint32_t bandColour,
-          CrawlSetup crawl, RollSetup roll);
+    // An element without text (and without ticker) is left out.
+    Scene(int width, int height, std::uint32_t bandColour, CrawlSetup crawl, RollSetup roll);
     ~Scene();
 
     int Width() const { return width; }
     int Height() const { return height; }
 
-    // Renders the frame at `seconds` into `frame` (a layer of the scene's size).
-    void Render(Marrow::StubLayer* frame, double seconds);
+    // The titles at `seconds`; the patches stay valid until the next call.
+    const std::vector<OverlayPatch>& RenderTitles(double seconds);
+    // Interlaced frames: each field's rows from its own time; the field shown
+    // first (top for tff) is the earlier.
+    const std::vector<OverlayPatch>& RenderTitles(double early, double late, bool topFieldFirst);
+
+    struct Element; // one title part and its patch
 
   private:
     struct Crawl;
     struct Roll;
+    void RenderAt(double seconds);
+    const std::vector<OverlayPatch>& CollectPatches();
+
     int width;
     int height;
-    Layer base;
     std::unique_ptr<Crawl> crawl;
     std::unique_ptr<Roll> roll;
+    std::vector<Element*> elements;
+    std::vector<OverlayPatch> patches;
 };
 
 } // namespace title

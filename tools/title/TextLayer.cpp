@@ -4,6 +4,7 @@
 #include "TextLayer.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <memory>
 
 #include "PixelRoutinesLite.h"
@@ -119,7 +120,7 @@ void AddColourGlyphs(Marrow::StubLayer* textLayer, const TextBitmap& text, std::
 
 int StyleMargin(const TextStyle& style)
 {
-    return 2 + style.outline + style.shadow;
+    return 2 + style.outline + std::max(std::abs(style.shadowX), std::abs(style.shadowY));
 }
 
 Layer MakeTextLayer(const TextBitmap& bitmap, const TextStyle& style)
@@ -146,10 +147,12 @@ Layer MakeTextLayer(const TextBitmap& bitmap, const TextStyle& style)
         CompositOver(outline.get(), text.get());
         text = std::move(outline);
     }
-    if (style.shadow > 0) {
+    if (style.shadowX != 0 || style.shadowY != 0) {
         Layer shadow = RecolouredShape(text.get(), style.shadowColour);
-        HorizontalShiftLayer(shadow.get(), style.shadow, false);
-        VerticalShiftLayer(shadow.get(), style.shadow, false);
+        if (style.shadowX != 0)
+            HorizontalShiftLayer(shadow.get(), style.shadowX, false);
+        if (style.shadowY != 0)
+            VerticalShiftLayer(shadow.get(), style.shadowY, false);
         CompositOver(shadow.get(), text.get());
         text = std::move(shadow);
     }

@@ -15,7 +15,8 @@ struct TextStyle {
     std::uint32_t colour = 0xFFFFFFFFu;
     int outline = 0; // pixels
     std::uint32_t outlineColour = 0xFF000000u;
-    int shadow = 0; // offset in pixels, right and down
+    int shadowX = 0; // offset in pixels, any direction
+    int shadowY = 0;
     std::uint32_t shadowColour = 0xA0000000u;
 };
 
