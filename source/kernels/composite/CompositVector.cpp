@@ -17,26 +17,14 @@ namespace Kernels {
 namespace FLOWER_KERNEL_TARGET {
 namespace {
 
-// (tc * ta + bc * w) then the table or the rounding, per 16-bit lane. The sum
-// is at most 255 * A, so the 16-bit mulhi is exact for A >= 2; adt[1] = 65536
-// is 0 in 16 bits, and A = 1 keeps the sum.
-FLOWER_BLOCK V WeightedHalf(V top16, V bottom16, V adt16)
+// (tc * ta + bc * w + bias) * adt[A] >> 16 per 16-bit lane; the pel's
+// weights come spread over its four lanes. The sum is at most 255 * A + 128,
+// and A >= 2 on every pel the composite keeps (A = 1 needs one alpha 0, and
+// those pels are a source pel as it stands), so the 16-bit mulhi is exact.
+FLOWER_BLOCK V WeightedHalf(V top16, V bottom16, V ta16, V w16, V bias16, V adt16)
 {
-    const V ta = SpreadWord3(top16);
-    const V ba = SpreadWord3(bottom16);
-    const V w = DivideBy255x16(Mul16(ba, Sub16(Splat16(255), ta)));
-    V sum = Add16(Mul16(top16, ta), Mul16(bottom16, w));
-    sum = Add16(sum, Eq16(ba, Splat16(255)) & Splat16(128));
-    const V alphaIsOne = Eq16(Add16(ta, w), Splat16(1));
-    return Select16(alphaIsOne, sum, MulHigh16(sum, adt16));
-}
-
-// ta + DivideBy255(ba * (255 - ta)) per pel, never above 255. The high 16 bits
-// of each 32-bit lane stay 0 through the 16-bit arithmetic.
-FLOWER_BLOCK V CompositAlphas(V ta, V ba)
-{
-    const V w = DivideBy255x16(Mul16(ba, Splat32(255) - ta));
-    return ta + (w & 0xFFFFu);
+    const V sum = Add16(Add16(Mul16(top16, ta16), Mul16(bottom16, w16)), bias16);
+    return MulHigh16(sum, adt16);
 }
 
 // tc * ta + bc * (255 - ta) rounded by DivideBy255, alpha 255: the opaque
@@ -65,13 +53,18 @@ FLOWER_BLOCK V AlphaDivideEntries(V alpha)
     return Truncate(r * (SplatF(2.0f) - a * r) * SplatF(65536.5f));
 }
 
-// Both weighted branches of CompositPel on every pel.
+// Both weighted branches of CompositPel on every pel. The weights are formed
+// once per pel in 32-bit lanes, their high 16 bits 0.
 FLOWER_BLOCK V Weighted(V top, V bottom, V ta, V ba)
 {
-    const V alpha = CompositAlphas(ta, ba);
+    const V w = DivideBy255x16(Mul16(ba, Splat32(255) - ta)) & 0xFFFFu;
+    const V alpha = ta + w;
     const V adt = AlphaDivideEntries(alpha);
-    const V lo = WeightedHalf(LowBytes(top), LowBytes(bottom), LowPelWords(adt));
-    const V hi = WeightedHalf(HighBytes(top), HighBytes(bottom), HighPelWords(adt));
+    const V bias = Keep(Eq32(ba, Splat32(255)), Splat32(128));
+    const V lo = WeightedHalf(LowBytes(top), LowBytes(bottom), LowPelWords(ta), LowPelWords(w),
+                              LowPelWords(bias), LowPelWords(adt));
+    const V hi = WeightedHalf(HighBytes(top), HighBytes(bottom), HighPelWords(ta),
+                              HighPelWords(w), HighPelWords(bias), HighPelWords(adt));
     return WithAlphas(Pack16(lo, hi), alpha);
 }
 
