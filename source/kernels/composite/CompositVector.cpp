@@ -54,8 +54,9 @@ FLOWER_BLOCK V AlphaDivideEntries(V alpha)
 }
 
 // Both weighted branches of CompositPel on every pel. The weights are formed
-// once per pel in 32-bit lanes, their high 16 bits 0.
-FLOWER_BLOCK V Weighted(V top, V bottom, V ta, V ba)
+// once per pel in 32-bit lanes, their high 16 bits 0. Kept out of line: its
+// registers and constants would otherwise weigh on the opaque and clear blocks.
+__attribute__((noinline)) V Weighted(V top, V bottom, V ta, V ba)
 {
     const V w = DivideBy255x16(Mul16(ba, Splat32(255) - ta)) & 0xFFFFu;
     const V alpha = ta + w;

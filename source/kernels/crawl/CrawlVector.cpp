@@ -75,11 +75,10 @@ struct Weights {
 FLOWER_BLOCK V StraightFilter(V s0, V s1, const Weights& w)
 {
     const V a0 = Alphas(s0), a1 = Alphas(s1);
-    if (None(NonZero32(a0 | a1)))
-        return V{};
-    if (All(Eq32(a0, a1)))
-        return Keep(NonZero32(a0), Lerp(s0, s1, w.cur, w.next));
-    return Straight(s0, s1, w.w0, w.w1);
+    if (!All(Eq32(a0, a1)))
+        return Straight(s0, s1, w.w0, w.w1);
+    const PelMask covered = NonZero32(a0);
+    return None(covered) ? V{} : Keep(covered, Lerp(s0, s1, w.cur, w.next));
 }
 
 // v / 256, truncating toward zero.
