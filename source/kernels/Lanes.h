@@ -504,21 +504,6 @@ template <int k> FLOWER_BLOCK V PelByte(V pels)
 #endif
 }
 
-// table[index] per lane.
-FLOWER_BLOCK V Gather32(const u32* table, V index)
-{
-#if defined(__AVX512BW__)
-    return V(_mm512_i32gather_epi32(X(index), table, 4));
-#elif defined(__AVX2__)
-    return V(_mm256_i32gather_epi32(reinterpret_cast<const int*>(table), X(index), 4));
-#else
-    V v;
-    for (int i = 0; i < kPels; ++i)
-        v[i] = table[index[i]];
-    return v;
-#endif
-}
-
 // Below 1/x by less than 2^-9 of it, for x >= 1.
 FLOWER_BLOCK F ReciprocalBelow(F x)
 {
@@ -675,11 +660,6 @@ FLOWER_BLOCK V WithWord3(V words, u16 value)
 template <int k> FLOWER_BLOCK V PelByte(V pels)
 {
     return PickBytes(pels, 0xFFFFFF00u | k, 0xFFFFFF04u | k, 0xFFFFFF08u | k, 0xFFFFFF0Cu | k);
-}
-
-FLOWER_BLOCK V Gather32(const u32* table, V index)
-{
-    return V{table[index[0]], table[index[1]], table[index[2]], table[index[3]]};
 }
 
 // The estimate (error below 2^-8) and one Newton step: error below 2^-15.

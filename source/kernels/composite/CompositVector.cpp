@@ -8,40 +8,23 @@
 // One blend serves both weighted branches. With w = DivideBy255(ba * (255 - ta))
 // an opaque bottom gets w = 255 - ta and A = 255, whose table entry is 257, so
 // its DivideBy255(sum) = ((sum + 128) * 257) >> 16 differs from the translucent
-// (sum * adt[A]) >> 16 only by the 128 added first. The entries come by a
-// gather: a lookup by permutes over the table held in eight registers measured
-// slower on translucent frames.
+// (sum * adt[A]) >> 16 only by the 128 added first. The entries are computed, not
+// gathered: gathers are slow on some CPUs.
 #include "kernels/Lanes.h"
 #include "kernels/composite/CompositKernels.h"
-
-// Declared here, not through AlphaDivide.h: that header's inline helper must not
-// be compiled with this target's instructions.
-extern "C" const u32 global_adt[256];
 
 namespace Kernels {
 namespace FLOWER_KERNEL_TARGET {
 namespace {
 
-// (tc * ta + bc * w) then the table or the rounding, per 16-bit lane. The sum
-// is at most 255 * A, so the 16-bit mulhi is exact for A >= 2; adt[1] = 65536
-// is 0 in 16 bits, and A = 1 keeps the sum.
-FLOWER_BLOCK V WeightedHalf(V top16, V bottom16, V adt16)
+// (tc * ta + bc * w + bias) * adt[A] >> 16 per 16-bit lane; the pel's
+// weights come spread over its four lanes. The sum is at most 255 * A + 128,
+// and A >= 2 on every pel the composite keeps (A = 1 needs one alpha 0, and
+// those pels are a source pel as it stands), so the 16-bit mulhi is exact.
+FLOWER_BLOCK V WeightedHalf(V top16, V bottom16, V ta16, V w16, V bias16, V adt16)
 {
-    const V ta = SpreadWord3(top16);
-    const V ba = SpreadWord3(bottom16);
-    const V w = DivideBy255x16(Mul16(ba, Sub16(Splat16(255), ta)));
-    V sum = Add16(Mul16(top16, ta), Mul16(bottom16, w));
-    sum = Add16(sum, Eq16(ba, Splat16(255)) & Splat16(128));
-    const V alphaIsOne = Eq16(Add16(ta, w), Splat16(1));
-    return Select16(alphaIsOne, sum, MulHigh16(sum, adt16));
-}
-
-// ta + DivideBy255(ba * (255 - ta)) per pel, never above 255. The high 16 bits
-// of each 32-bit lane stay 0 through the 16-bit arithmetic.
-FLOWER_BLOCK V CompositAlphas(V ta, V ba)
-{
-    const V w = DivideBy255x16(Mul16(ba, Splat32(255) - ta));
-    return ta + (w & 0xFFFFu);
+    const V sum = Add16(Add16(Mul16(top16, ta16), Mul16(bottom16, w16)), bias16);
+    return MulHigh16(sum, adt16);
 }
 
 // tc * ta + bc * (255 - ta) rounded by DivideBy255, alpha 255: the opaque
@@ -58,13 +41,31 @@ FLOWER_BLOCK V BlendOnOpaque(V top, V bottom)
     return colour | 0xFF000000u;
 }
 
-// Both weighted branches of CompositPel on every pel.
-FLOWER_BLOCK V Weighted(V top, V bottom, V ta, V ba)
+// global_adt[a] = 65536 / a truncated, for a = 1..255. One Newton step takes the
+// estimate r of 1/a (relative error e below 2^-9) to (1 - e^2) / a, and with the
+// rounding of four float operations 65536.5 * r lies within 0.27 / a of
+// (65536 + 0.5) / a. That is above 65536 / a and below the next multiple of 1 / a,
+// the least step to an integer: its truncation is the table's entry.
+FLOWER_BLOCK V AlphaDivideEntries(V alpha)
 {
-    const V alpha = CompositAlphas(ta, ba);
-    const V adt = Gather32(global_adt, alpha);
-    const V lo = WeightedHalf(LowBytes(top), LowBytes(bottom), LowPelWords(adt));
-    const V hi = WeightedHalf(HighBytes(top), HighBytes(bottom), HighPelWords(adt));
+    const F a = ToFloat(MaxUnsigned32(alpha, Splat32(1)));
+    const F r = ReciprocalBelow(a);
+    return Truncate(r * (SplatF(2.0f) - a * r) * SplatF(65536.5f));
+}
+
+// Both weighted branches of CompositPel on every pel. The weights are formed
+// once per pel in 32-bit lanes, their high 16 bits 0. Kept out of line: its
+// registers and constants would otherwise weigh on the opaque and clear blocks.
+__attribute__((noinline)) V Weighted(V top, V bottom, V ta, V ba)
+{
+    const V w = DivideBy255x16(Mul16(ba, Splat32(255) - ta)) & 0xFFFFu;
+    const V alpha = ta + w;
+    const V adt = AlphaDivideEntries(alpha);
+    const V bias = Keep(Eq32(ba, Splat32(255)), Splat32(128));
+    const V lo = WeightedHalf(LowBytes(top), LowBytes(bottom), LowPelWords(ta), LowPelWords(w),
+                              LowPelWords(bias), LowPelWords(adt));
+    const V hi = WeightedHalf(HighBytes(top), HighBytes(bottom), HighPelWords(ta),
+                              HighPelWords(w), HighPelWords(bias), HighPelWords(adt));
     return WithAlphas(Pack16(lo, hi), alpha);
 }
 

@@ -69,14 +69,16 @@ struct Weights {
     V w0, w1, cur, next;
 };
 
-// Equal alphas take a filter to a*N / (256*a), the plain lerp N / 256: blocks inside glyphs
-// and in the gaps between them need no division.
+// Blocks by kind, cheapest first: clear pairs give clear pels; equal alphas take a filter to
+// a*N / (256*a), the plain lerp N / 256, so blocks inside glyphs need no division either;
+// only blocks with an edge pay for it.
 FLOWER_BLOCK V StraightFilter(V s0, V s1, const Weights& w)
 {
-    const V a0 = Alphas(s0);
-    if (All(Eq32(a0, Alphas(s1))))
-        return Keep(NonZero32(a0), Lerp(s0, s1, w.cur, w.next));
-    return Straight(s0, s1, w.w0, w.w1);
+    const V a0 = Alphas(s0), a1 = Alphas(s1);
+    if (!All(Eq32(a0, a1)))
+        return Straight(s0, s1, w.w0, w.w1);
+    const PelMask covered = NonZero32(a0);
+    return None(covered) ? V{} : Keep(covered, Lerp(s0, s1, w.cur, w.next));
 }
 
 // v / 256, truncating toward zero.
