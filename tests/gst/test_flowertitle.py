@@ -1,0 +1,175 @@
+"""flowertitle in pipelines: untouched pixels, flower-title's frames, running time."""
+import os
+import subprocess
+
+import numpy as np
+import pytest
+
+W, H = 320, 240
+FONT = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf"
+CRAWL_Y, BAND = 150, 40  # the titles stay inside these rows
+STYLE = ["--font", FONT, "--font-size", "20", "--crawl-y", str(CRAWL_Y),
+         "--speed", "173.3", "--outline", "1"]
+PROPS = [f"font={FONT}", "font-size=20", f"crawl-y={CRAWL_Y}", "speed=173.3", "outline=1"]
+
+
+@pytest.fixture(scope="session")
+def env():
+    e = dict(os.environ)
+    e["GST_PLUGIN_PATH"] = os.environ["FLOWER_GST_PLUGIN_DIR"]
+    e["GST_REGISTRY"] = os.environ["FLOWER_GST_REGISTRY"]  # never the user's cache
+    e["GST_REGISTRY_FORK"] = "no"
+    return e
+
+
+def source(fmt, frames, fps=25, pattern="colors"):
+    return [f"videotestsrc", f"num-buffers={frames}", f"pattern={pattern}", "!",
+            f"video/x-raw,format={fmt},width={W},height={H},framerate={fps}/1"]
+
+
+def frame_bytes(fmt):
+    return W * H * 4 if fmt in ("BGRA", "BGRx", "ARGB") else W * H * 3 // 2
+
+
+def launch(env, pipeline, tmp_path, fmt, name="out.raw"):
+    out = tmp_path / name
+    args = ["gst-launch-1.0", "-q"] + pipeline + ["!", "filesink", f"location={out}"]
+    subprocess.run(args, env=env, check=True, capture_output=True)
+    data = np.fromfile(out, np.uint8)
+    return data.reshape(-1, frame_bytes(fmt))
+
+
+def titled(env, tmp_path, fmt, frames, props, fps=25, pattern="colors"):
+    line = source(fmt, frames, fps, pattern) + ["!", "flowertitle"] + props
+    return launch(env, line, tmp_path, fmt, "titled.raw")
+
+
+ITEMS = "Breaking news\nمرحبا\nMarkets up"
+
+
+def items_file(tmp_path, text=ITEMS):
+    path = tmp_path / "items.txt"
+    path.write_text(text + "\n", encoding="utf-8")
+    return path
+
+
+def test_inspect_lists_the_element_and_its_properties(env):
+    run = subprocess.run(["gst-inspect-1.0", "flowertitle"], env=env, capture_output=True,
+                         text=True, check=True)
+    assert run.stderr == ""
+    for prop in ("text", "items-file", "roll-text", "font", "font-size", "colour", "outline",
+                 "shadow", "band", "crawl-y", "speed", "fade", "filter"):
+        assert f"\n  {prop} " in run.stdout
+    for fmt in ("BGRA", "BGRx", "ARGB", "I420", "NV12"):
+        assert fmt in run.stdout
+
+
+@pytest.mark.parametrize("fmt", ["BGRA", "BGRx", "ARGB", "I420", "NV12"])
+def test_pixels_outside_the_titles_keep_their_bytes(env, tmp_path, fmt):
+    plain = launch(env, source(fmt, 12), tmp_path, fmt)
+    out = titled(env, tmp_path, fmt, 12, PROPS + ["text=Hello", "band=#00000000"])
+    assert out.shape == plain.shape == (12, frame_bytes(fmt))
+    assert not np.array_equal(plain, out)
+    for p, t in zip(plain, out):
+        bpp = 4 if fmt in ("BGRA", "BGRx", "ARGB") else 1
+        luma_p = p[: W * H * bpp].reshape(H, W * bpp)
+        luma_t = t[: W * H * bpp].reshape(H, W * bpp)
+        rows = np.ones(H, bool)
+        rows[CRAWL_Y:CRAWL_Y + BAND] = False
+        assert np.array_equal(luma_p[rows], luma_t[rows])
+        if bpp == 1:  # chroma rows away from the band keep theirs too
+            chroma_rows = np.ones(H // 2, bool)
+            chroma_rows[CRAWL_Y // 2:(CRAWL_Y + BAND + 1) // 2] = False
+            shape = (H // 2, W) if fmt == "NV12" else (2, H // 2, W // 2)
+            cp = p[W * H:].reshape(shape)
+            ct = t[W * H:].reshape(shape)
+            assert np.array_equal(cp[..., chroma_rows, :], ct[..., chroma_rows, :])
+
+
+def y4m(frames):
+    header = f"YUV4MPEG2 W{W} H{H} F25:1 Ip A1:1 C420jpeg\n".encode()
+    return header + b"".join(b"FRAME\n" + f.tobytes() for f in frames)
+
+
+def read_y4m(data):
+    body = data[data.index(b"\n") + 1:]
+    size = len(b"FRAME\n") + W * H * 3 // 2
+    return np.frombuffer(body, np.uint8).reshape(-1, size)[:, len(b"FRAME\n"):]
+
+
+@pytest.mark.parametrize("prop", ["items-file", "text"])
+@pytest.mark.parametrize("fmt", ["BGRA", "I420"])
+def test_frames_equal_flower_titles(env, tmp_path, fmt, prop):
+    # gst-launch-1.0 takes no newline in a value: one item for `text`.
+    items = items_file(tmp_path, "Breaking news · مرحبا" if prop == "text" else ITEMS)
+    plain = launch(env, source(fmt, 10), tmp_path, fmt)
+    value = f"items-file={items}" if prop == "items-file" else \
+        "text=" + items.read_text(encoding="utf-8").rstrip("\n")
+    out = titled(env, tmp_path, fmt, 10, PROPS + [value])
+    tool = [os.environ["FLOWER_TITLE"], "crawl", "--items", str(items), "--input", "-",
+            "-o", "-", "--quiet"] + STYLE
+    if fmt == "BGRA":
+        tool += ["--input-format", "bgra", "--input-size", f"{W}x{H}", "--fps", "25",
+                 "--format", "bgra"]
+        run = subprocess.run(tool, input=plain.tobytes(), capture_output=True, check=True)
+        expected = np.frombuffer(run.stdout, np.uint8).reshape(-1, frame_bytes(fmt))
+    else:
+        run = subprocess.run(tool + ["--format", "y4m"], input=y4m(plain), capture_output=True,
+                             check=True)
+        expected = read_y4m(run.stdout)
+    assert np.array_equal(out, expected)
+
+
+def test_the_crawl_is_where_running_time_puts_it_at_any_rate(env, tmp_path):
+    props = PROPS + ["text=Same place at the same time"]
+    fast = titled(env, tmp_path, "BGRA", 20, props, fps=50)
+    slow = titled(env, tmp_path, "BGRA", 10, props, fps=25)
+    assert np.array_equal(fast[::2], slow)
+    assert not np.array_equal(fast[1], fast[2])
+
+
+def test_a_new_text_shows_after_the_item_boundary(env, tmp_path):
+    import gi
+    gi.require_version("Gst", "1.0")
+    from gi.repository import Gst
+    os.environ.update({k: env[k] for k in ("GST_PLUGIN_PATH", "GST_REGISTRY")})
+    Gst.init(None)
+    frames = 40
+
+    def run(change_at):
+        pipe = Gst.parse_launch(" ".join(source("BGRA", frames)) + " ! flowertitle name=t " +
+                                " ".join(PROPS) + " text=Old ! appsink name=sink sync=false")
+        title, sink = pipe.get_by_name("t"), pipe.get_by_name("sink")
+        sink.set_property("emit-signals", False)
+        pipe.set_state(Gst.State.PLAYING)
+        out = []
+        while True:
+            if len(out) == change_at:
+                title.set_property("text", "A quite different new text")
+            sample = sink.emit("pull-sample")
+            if sample is None:
+                break
+            buf = sample.get_buffer()
+            out.append(np.frombuffer(buf.extract_dup(0, buf.get_size()), np.uint8))
+        pipe.set_state(Gst.State.NULL)
+        return np.array(out)
+
+    same, changed = run(-1), run(5)
+    assert len(same) == len(changed) == frames
+    assert np.array_equal(same[:6], changed[:6])  # the old item stays in view
+    assert not np.array_equal(same[-1], changed[-1])
+
+
+@pytest.mark.parametrize("props, message", [
+    (["font=/no/such/font.ttf", "text=x"], "font"),
+    (["items-file=/no/such/items.txt"], "items"),
+    (["colour=red", "text=x"], "colour"),
+    (["shadow=9,x", "text=x"], "shadow"),
+])
+def test_bad_values_post_an_error_and_stop(env, props, message):
+    args = ["gst-launch-1.0"] + source("BGRA", 5) + ["!", "flowertitle"] + props + \
+        ["!", "fakesink"]
+    run = subprocess.run(args, env=env, capture_output=True, text=True, timeout=60)
+    assert run.returncode == 1
+    assert "ERROR: from element /GstPipeline:pipeline0/GstFlowerTitle" in run.stdout + run.stderr
+    assert message in (run.stdout + run.stderr).lower()
