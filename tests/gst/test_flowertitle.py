@@ -86,8 +86,8 @@ def test_pixels_outside_the_titles_keep_their_bytes(env, tmp_path, fmt):
             assert np.array_equal(cp[..., chroma_rows, :], ct[..., chroma_rows, :])
 
 
-def y4m(frames):
-    header = f"YUV4MPEG2 W{W} H{H} F25:1 Ip A1:1 C420jpeg\n".encode()
+def y4m(frames, interlace="p"):
+    header = f"YUV4MPEG2 W{W} H{H} F25:1 I{interlace} A1:1 C420jpeg\n".encode()
     return header + b"".join(b"FRAME\n" + f.tobytes() for f in frames)
 
 
@@ -118,6 +118,22 @@ def test_frames_equal_flower_titles(env, tmp_path, fmt, prop):
                              check=True)
         expected = read_y4m(run.stdout)
     assert np.array_equal(out, expected)
+
+
+@pytest.mark.parametrize("order, tag", [("top-field-first", "t"), ("bottom-field-first", "b")])
+def test_interlaced_frames_take_each_field_at_its_time(env, tmp_path, order, tag):
+    items = items_file(tmp_path)
+    caps = f"video/x-raw,format=I420,width={W},height={H},framerate=25/1"
+    interlaced = [caps + f",interlace-mode=interleaved,field-order={order}"]
+    plain = launch(env, source("I420", 8)[:-1] + interlaced, tmp_path, "I420")
+    line = source("I420", 8)[:-1] + interlaced + ["!", "flowertitle", f"items-file={items}"]
+    out = launch(env, line + PROPS, tmp_path, "I420", "titled.raw")
+    tool = [os.environ["FLOWER_TITLE"], "crawl", "--items", str(items), "--input", "-",
+            "-o", "-", "--quiet", "--format", "y4m"] + STYLE
+    run = subprocess.run(tool, input=y4m(plain, tag), capture_output=True, check=True)
+    assert np.array_equal(out, read_y4m(run.stdout))
+    progressive = titled(env, tmp_path, "I420", 8, PROPS + [f"items-file={items}"])
+    assert not np.array_equal(out, progressive)
 
 
 def test_the_crawl_is_where_running_time_puts_it_at_any_rate(env, tmp_path):
