@@ -136,6 +136,21 @@ def test_interlaced_frames_take_each_field_at_its_time(env, tmp_path, order, tag
     assert not np.array_equal(out, progressive)
 
 
+def test_every_format_gets_the_same_titles(env, tmp_path):
+    props = PROPS + ["text=Formats agree", "shadow=2,3"]
+    bgra = titled(env, tmp_path, "BGRA", 6, props).reshape(6, -1, 4)
+    bgrx = titled(env, tmp_path, "BGRx", 6, props).reshape(6, -1, 4)
+    argb = titled(env, tmp_path, "ARGB", 6, props).reshape(6, -1, 4)
+    assert np.array_equal(bgra[..., :3], bgrx[..., :3])
+    assert np.array_equal(bgra, argb[..., ::-1])
+    i420 = titled(env, tmp_path, "I420", 6, props)
+    nv12 = titled(env, tmp_path, "NV12", 6, props)
+    assert np.array_equal(i420[:, :W * H], nv12[:, :W * H])
+    chroma = i420[:, W * H:].reshape(6, 2, -1)
+    assert np.array_equal(np.stack([chroma[:, 0], chroma[:, 1]], -1).reshape(6, -1),
+                          nv12[:, W * H:])
+
+
 def test_the_crawl_is_where_running_time_puts_it_at_any_rate(env, tmp_path):
     props = PROPS + ["text=Same place at the same time"]
     fast = titled(env, tmp_path, "BGRA", 20, props, fps=50)
@@ -152,16 +167,22 @@ def test_a_new_text_shows_after_the_item_boundary(env, tmp_path):
     Gst.init(None)
     frames = 40
 
-    def run(change_at):
+    def run(change_at, prop="text", value="A quite different new text"):
         pipe = Gst.parse_launch(" ".join(source("BGRA", frames)) + " ! flowertitle name=t " +
                                 " ".join(PROPS) + " text=Old ! appsink name=sink sync=false")
         title, sink = pipe.get_by_name("t"), pipe.get_by_name("sink")
-        sink.set_property("emit-signals", False)
+        seen = [0]
+
+        def change(pad, info):  # on the streaming thread, before buffer `change_at`
+            if seen[0] == change_at:
+                title.set_property(prop, value)
+            seen[0] += 1
+            return Gst.PadProbeReturn.OK
+
+        title.get_static_pad("sink").add_probe(Gst.PadProbeType.BUFFER, change)
         pipe.set_state(Gst.State.PLAYING)
         out = []
         while True:
-            if len(out) == change_at:
-                title.set_property("text", "A quite different new text")
             sample = sink.emit("pull-sample")
             if sample is None:
                 break
@@ -174,6 +195,9 @@ def test_a_new_text_shows_after_the_item_boundary(env, tmp_path):
     assert len(same) == len(changed) == frames
     assert np.array_equal(same[:6], changed[:6])  # the old item stays in view
     assert not np.array_equal(same[-1], changed[-1])
+    recoloured = run(5, "colour", "#FF0000")  # colours change at once
+    assert np.array_equal(same[:5], recoloured[:5])
+    assert not np.array_equal(same[5], recoloured[5])
 
 
 @pytest.mark.parametrize("props, message", [
