@@ -16,7 +16,10 @@ DEB_PACKAGES := cmake make g++ clang libclang-rt-14-dev pkg-config \
                 libharfbuzz-dev libfribidi-dev libraqm-dev libfontconfig-dev libunibreak-dev \
                 fontconfig fonts-dejavu-core fonts-noto-core fonts-wqy-microhei fonts-noto-color-emoji \
                 python3-numpy python3-pytest python3-venv python3-wheel ffmpeg \
-                googletest g++-aarch64-linux-gnu qemu-user
+                googletest g++-aarch64-linux-gnu qemu-user \
+                libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools \
+                gstreamer1.0-plugins-base gstreamer1.0-plugins-good \
+                python3-gi gir1.2-gstreamer-1.0
 CMAKE_COMMON := -DFLOWER_WERROR=ON
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
