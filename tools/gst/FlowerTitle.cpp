@@ -561,6 +561,7 @@ static gboolean plugin_init(GstPlugin* plugin)
 }
 
 #define PACKAGE "flower"
+// The project states no licence of its own, so the plugin claims none.
 GST_PLUGIN_DEFINE(GST_VERSION_MAJOR, GST_VERSION_MINOR, flower,
-                  "Crawls and rolls titles over video", plugin_init, FLOWER_VERSION, "LGPL",
+                  "Crawls and rolls titles over video", plugin_init, FLOWER_VERSION, "unknown",
                   "flower", "Flower")
