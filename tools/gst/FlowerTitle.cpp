@@ -442,6 +442,15 @@ void TitleFrame(GstFlowerTitle* self, GstVideoFrame* frame, double seconds, doub
         compositor.Composit(planes.Planes(), patch);
 }
 
+void PostSettingsError(GstFlowerTitle* self, const std::exception& e)
+{
+    // The tool's messages name its options; the element's are properties.
+    std::string message = e.what();
+    for (std::size_t at = message.find("--"); at != std::string::npos; at = message.find("--"))
+        message.erase(at, 2);
+    GST_ELEMENT_ERROR(self, LIBRARY, SETTINGS, ("%s", message.c_str()), (nullptr));
+}
+
 GstFlowReturn TransformFrameIp(GstVideoFilter* filter, GstVideoFrame* frame)
 {
     GstFlowerTitle* self = GST_FLOWER_TITLE(filter);
@@ -461,14 +470,29 @@ GstFlowReturn TransformFrameIp(GstVideoFilter* filter, GstVideoFrame* frame)
         if (self->engine->production.scene)
             TitleFrame(self, frame, double(running) / GST_SECOND, frameSeconds);
     } catch (const std::exception& e) {
-        // The tool's messages name its options; the element's are properties.
-        std::string message = e.what();
-        for (std::size_t at = message.find("--"); at != std::string::npos; at = message.find("--"))
-            message.erase(at, 2);
-        GST_ELEMENT_ERROR(self, LIBRARY, SETTINGS, ("%s", message.c_str()), (nullptr));
+        PostSettingsError(self, e);
         return GST_FLOW_ERROR;
     }
     return GST_FLOW_OK;
+}
+
+// Fonts, items files and values are tried once when the element starts, so
+// bad settings fail the state change itself instead of a buffer in the middle
+// of prerolling, which a pipeline may not get past cleanly. The engine is
+// built again at the frame size with the first buffer.
+gboolean Start(GstBaseTransform* base)
+{
+    GstFlowerTitle* self = GST_FLOWER_TITLE(base);
+    try {
+        Prepare(self, 1280, 720);
+    } catch (const std::exception& e) {
+        PostSettingsError(self, e);
+        return FALSE;
+    }
+    GST_OBJECT_LOCK(self);
+    self->rebuild = true;
+    GST_OBJECT_UNLOCK(self);
+    return TRUE;
 }
 
 gboolean Stop(GstBaseTransform* base)
@@ -537,6 +561,7 @@ static void gst_flower_title_class_init(GstFlowerTitleClass* klass)
                                        gst_pad_template_new("src", GST_PAD_SRC, GST_PAD_ALWAYS, caps));
     gst_caps_unref(caps);
 
+    GST_BASE_TRANSFORM_CLASS(klass)->start = Start;
     GST_BASE_TRANSFORM_CLASS(klass)->stop = Stop;
     GstVideoFilterClass* video = GST_VIDEO_FILTER_CLASS(klass);
     video->set_info = SetInfo;
