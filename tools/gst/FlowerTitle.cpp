@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -20,40 +19,6 @@ namespace {
 
 using title::ItemFeed;
 using title::OverlayPatch;
-
-// The `text` property as crawl items: a new text reaches the ticker at its
-// next item boundary, like a changed items file.
-class TextFeed : public ItemFeed {
-  public:
-    void Set(const std::string& text)
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        items.clear();
-        std::size_t start = 0;
-        while (start <= text.size()) {
-            const std::size_t end = std::min(text.find('\n', start), text.size());
-            std::string item = title::CleanItem(text.substr(start, end - start));
-            if (!item.empty())
-                items.push_back(std::move(item));
-            start = end + 1;
-        }
-        ++version;
-    }
-    bool Poll(std::vector<std::string>& out) override
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        if (version == seen)
-            return false;
-        seen = version;
-        out = items;
-        return true;
-    }
-
-  private:
-    std::mutex mutex;
-    std::vector<std::string> items;
-    unsigned long version = 0, seen = ~0UL;
-};
 
 // Property values as the element holds them (under the object lock).
 struct Settings {
@@ -135,7 +100,7 @@ struct _GstFlowerTitle {
     GstVideoFilter parent;
     Settings* settings;      // guarded by the object lock
     bool rebuild;            // guarded by the object lock
-    TextFeed* textFeed;      // thread-safe on its own
+    title::ItemList* textFeed; // the `text` property as crawl items; thread-safe
     Engine* engine;          // streaming thread only
     title::Matrix matrix;
     std::vector<std::uint8_t>* planes;  // packed Y'CbCr when the frame's are not
@@ -189,7 +154,7 @@ void SetProperty(GObject* object, guint id, const GValue* value, GParamSpec* psp
     case PROP_TEXT: {
         const bool hadCrawl = !s.text.empty();
         SetString(s.text, value);
-        self->textFeed->Set(s.text);
+        self->textFeed->Replace(title::ParseItems(s.text));
         // A running crawl takes the new text at its next item boundary.
         rebuild = hadCrawl != !s.text.empty();
         break;
@@ -269,7 +234,8 @@ void Prepare(GstFlowerTitle* self, int width, int height)
         engine->fileFeed = std::make_unique<title::ItemsFile>(settings.itemsFile);
         feed = engine->fileFeed.get();
     } else {
-        self->textFeed->Set(settings.text); // the ticker starts from the full list
+        // The ticker starts from the full list.
+        self->textFeed->Replace(title::ParseItems(settings.text));
     }
     if (o.crawl || o.roll)
         engine->production = title::Produce(o, feed);
@@ -572,7 +538,7 @@ static void gst_flower_title_init(GstFlowerTitle* self)
 {
     self->settings = new Settings;
     self->rebuild = true;
-    self->textFeed = new TextFeed;
+    self->textFeed = new title::ItemList;
     self->engine = nullptr;
     self->matrix = title::Matrix::Bt709;
     self->planes = new std::vector<std::uint8_t>;

@@ -194,19 +194,30 @@ bool StreamItems::ReadSome(int waitMilliseconds)
         splitter.Feed(chunk, std::size_t(n), lines);
     }
     if (!lines.empty()) {
-        std::lock_guard<std::mutex> lock(mutex);
         for (const std::string& line : lines) {
             if (line.empty())
                 items.clear();
             else if (items.size() < kMaxItems)
                 items.push_back(line);
         }
-        ++version;
+        shared.Replace(items);
     }
     return !ended;
 }
 
 bool StreamItems::Poll(std::vector<std::string>& out)
+{
+    return shared.Poll(out);
+}
+
+void ItemList::Replace(std::vector<std::string> fresh)
+{
+    std::lock_guard<std::mutex> lock(mutex);
+    items = std::move(fresh);
+    ++version;
+}
+
+bool ItemList::Poll(std::vector<std::string>& out)
 {
     std::lock_guard<std::mutex> lock(mutex);
     if (version == seen)

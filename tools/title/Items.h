@@ -62,6 +62,19 @@ class ItemsFile : public ItemFeed {
     bool reported = false;
 };
 
+// A list one thread replaces while the ticker polls it on another: each new
+// list is reported once.
+class ItemList : public ItemFeed {
+  public:
+    void Replace(std::vector<std::string> items);
+    bool Poll(std::vector<std::string>& items) override;
+
+  private:
+    std::mutex mutex;
+    std::vector<std::string> items;
+    unsigned long version = 0, seen = ~0UL;
+};
+
 // Items from a file descriptor read on a thread of its own: each line joins
 // the loop, a blank line empties it (the lines after it start a new one).
 class StreamItems : public ItemFeed {
@@ -79,9 +92,8 @@ class StreamItems : public ItemFeed {
     LineSplitter splitter;
     bool ended = false;
     std::atomic<bool> stop{false};
-    std::mutex mutex;
-    std::vector<std::string> items;
-    unsigned long version = 0, seen = ~0UL;
+    std::vector<std::string> items; // the reader's own copy
+    ItemList shared;
     std::thread reader;
 };
 
