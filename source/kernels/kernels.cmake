@@ -54,21 +54,6 @@ foreach(src IN LISTS KERNEL_VECTOR_SOURCES)
   endforeach()
 endforeach()
 
-# Variant files of the families not yet on the generic source.
-file(GLOB KERNEL_VARIANT_SOURCES CONFIGURE_DEPENDS
-     ${CMAKE_CURRENT_LIST_DIR}/*/*_sse2.cpp
-     ${CMAKE_CURRENT_LIST_DIR}/*/*_avx2.cpp
-     ${CMAKE_CURRENT_LIST_DIR}/*/*_avx512.cpp)
-foreach(src IN LISTS KERNEL_VARIANT_SOURCES)
-  string(REGEX REPLACE ".*_([a-z0-9]+)\\.cpp$" "\\1" target "${src}")
-  if(target IN_LIST KERNEL_TARGETS)
-    set_property(SOURCE ${src} TARGET_DIRECTORY flower_objects
-                 APPEND PROPERTY COMPILE_OPTIONS ${KERNEL_FLAGS_${target}})
-  else()
-    set_source_files_properties(${src} TARGET_DIRECTORY flower_objects PROPERTIES HEADER_FILE_ONLY ON)
-  endif()
-endforeach()
-
 # The scaler sums doubles in a fixed order per output pixel: no fused
 # multiply-adds, no fast-math, and SSE2 doubles rather than x87 on 32-bit x86.
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86)$")
