@@ -341,11 +341,6 @@ FLOWER_BLOCK V Select16(V m, V ifSet, V ifClear)
 // (the vector sources are built without contraction, so a product and a sum
 // stay two roundings).
 
-// Where D4 is wider than a register it passes only between inlined and
-// internal functions, so the ABI GCC warns of is never crossed.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wpsabi"
-#endif
 typedef double D4 __attribute__((vector_size(32)));
 typedef std::int32_t I4 __attribute__((vector_size(16)));
 typedef u8 B4 __attribute__((vector_size(4)));
@@ -358,10 +353,10 @@ FLOWER_BLOCK D4 SplatD4(double x)
 // The four bytes of a pel, lowest first, each in a double lane.
 FLOWER_BLOCK D4 PelBytesD4(u32 pel);
 
-// Lane k of x in every lane.
-template <int k> FLOWER_BLOCK D4 SpreadD4(D4 x)
+// Lane 3 of x in every lane.
+FLOWER_BLOCK D4 SpreadLane3D4(D4 x)
 {
-    return __builtin_shufflevector(x, x, k, k, k, k);
+    return __builtin_shufflevector(x, x, 3, 3, 3, 3);
 }
 
 // Lanes 0-2 of a with lane 3 of b.
@@ -370,14 +365,19 @@ FLOWER_BLOCK D4 WithLane3D4(D4 a, D4 b)
     return __builtin_shufflevector(a, b, 0, 1, 2, 7);
 }
 
-FLOWER_BLOCK D4 MinD4(D4 a, D4 b)
+// Each lane rounded to an integer nearest it, for |x| < 2^51: the sum lands
+// where doubles are whole numbers, and the rounding is the addition's.
+FLOWER_BLOCK D4 RoundD4(D4 x)
 {
-    return a < b ? a : b;
+    const D4 shift = SplatD4(0x1.8p52);
+    return (x + shift) - shift;
 }
 
-FLOWER_BLOCK D4 MaxD4(D4 a, D4 b)
+// The double next below each lane, for lanes above 0 (0 gives a NaN).
+FLOWER_BLOCK D4 NextBelowD4(D4 x)
 {
-    return a > b ? a : b;
+    typedef std::int64_t L4 __attribute__((vector_size(32)));
+    return D4(L4(x) - 1);
 }
 
 // Truncating, for lanes that fit a signed 32-bit integer.
@@ -386,9 +386,8 @@ FLOWER_BLOCK I4 TruncateD4(D4 x)
     return __builtin_convertvector(x, I4);
 }
 
-// The low byte of each 32-bit lane, lane 0 lowest, for lanes of 0..255: four
-// bytes as one pel.
-FLOWER_BLOCK u32 LowBytesI4(I4 x);
+// Each 32-bit lane clamped to 0..255, lane 0 lowest: four bytes as one pel.
+FLOWER_BLOCK u32 SaturatedBytesI4(I4 x);
 
 // --- target operations ------------------------------------------------------------
 
@@ -634,7 +633,7 @@ FLOWER_BLOCK D4 PelBytesD4(u32 pel)
 #endif
 }
 
-FLOWER_BLOCK u32 LowBytesI4(I4 x)
+FLOWER_BLOCK u32 SaturatedBytesI4(I4 x)
 {
     const __m128i words = _mm_packs_epi32(__m128i(x), __m128i(x));
     return u32(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
@@ -791,10 +790,10 @@ FLOWER_BLOCK D4 PelBytesD4(u32 pel)
     return D4{low[0], low[1], high[0], high[1]};
 }
 
-FLOWER_BLOCK u32 LowBytesI4(I4 x)
+FLOWER_BLOCK u32 SaturatedBytesI4(I4 x)
 {
-    const uint16x4_t words = vmovn_u32(vreinterpretq_u32_s32(x));
-    return vget_lane_u32(vreinterpret_u32_u8(vmovn_u16(vcombine_u16(words, words))), 0);
+    const uint16x4_t words = vqmovun_s32(x);
+    return vget_lane_u32(vreinterpret_u32_u8(vqmovn_u16(vcombine_u16(words, words))), 0);
 }
 
 #endif // FLOWER_LANES_NEON
