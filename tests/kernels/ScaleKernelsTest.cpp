@@ -183,14 +183,14 @@ TEST(ScaleKernels, EveryVariantMatchesScalarOnRandomSizes)
         oneRow.count = -1; // a footprint of one row: a few become the rows of a tall one
         Footprint f = RandomFootprint(oneRow, hList.data() + firstColumn + 1, run, content, rng);
         for (int i = 0; i < 3; ++i)
-            f.rows.push_back(RandomFootprint(oneRow, hList.data() + firstColumn + 1, run, content,
-                                             rng).rows[0]);
+            f.rows.push_back(
+                RandomFootprint(oneRow, hList.data() + firstColumn + 1, run, content, rng).rows[0]);
         f.pointers.clear();
         for (int i = 0; i < Reads(vList[row]); ++i)
             f.pointers.push_back(f.rows[std::size_t(i) % f.rows.size()].data());
-        const Kernels::ScaleRowJob job{f.pointers.data(), &vList[row],    vList[0].ratio,
-                                       hList.data() + firstColumn + 1, hList[0].ratio, run,
-                                       nullptr};
+        const Kernels::ScaleRowJob job{
+            f.pointers.data(), &vList[row], vList[0].ratio, hList.data() + firstColumn + 1,
+            hList[0].ratio,    run,         nullptr};
         ExpectSetsMatch(job, int(f.rows[0].size()),
                         std::to_string(h.in) + "->" + std::to_string(h.out) + " x " +
                             std::to_string(v.in) + "->" + std::to_string(v.out) + " row " +

@@ -6,8 +6,8 @@
 // footprint are taken one at a time for the whole run: each source pel of the
 // row is turned into its four terms once (products of two bytes, exact in a
 // double), whichever output pels read it, and the sums wait in the working
-// memory for the next row. The horizontal taps of the run are worked out once,
-// before its first row.
+// memory between bands of rows. The horizontal taps of the run are worked out
+// once, before its first row.
 //
 // Only the sets' own functions are defined here and nothing inline of the
 // library is called: a copy built with wider instructions must not be the one
@@ -91,8 +91,9 @@ void PrepareColumns(void* columns, const ScaleRowJob& job)
         const Taps h(job.horizontal[j]);
         const bool two = h.Total() == 2;
         const double next = !two ? 0.0 : h.middle == 1 ? job.hRatio : h.last;
-        work.taps[j] = PelTaps{column,  h.middle, h.hasLast, h.Total(), two ? 1 : 0,
-                               h.first, h.last,   next,      h.hasLast ? 0.0 : next};
+        work.taps[j] = PelTaps{column,    h.middle,    h.hasLast,
+                               h.Total(), two ? 1 : 0, h.first,
+                               h.last,    next,        h.hasLast ? 0.0 : next};
         if (column + h.Total() > *work.width)
             *work.width = column + h.Total();
         if (h.Total() > *work.widest)
@@ -139,8 +140,8 @@ constexpr Reciprocals MakeReciprocals()
 
 constexpr Reciprocals kReciprocals = MakeReciprocals();
 
-// The whole part of each lane's sum / d, the quotient rounded as the division rounds it,
-// without dividing. The product q with the rounded reciprocal is within 2^-36
+// The whole part of each lane's sum / d as the division rounds it, without
+// dividing. The product q with the rounded reciprocal is within 2^-36
 // of the true quotient (relative error below 2^-52, quotients below 2^16), so
 // the rounded quotient truncates to n or n - 1, n the integer nearest q. It
 // reaches n exactly when the true quotient is at least n less half the gap to
