@@ -252,7 +252,7 @@ void ScaleFamily(Fuzz::Input& in)
                  [&](const Kernels::ScaleSet& s, Bytes& d) {
                      Kernels::ScaleRowJob own = job;
                      const std::size_t bytes =
-                         prepared && s.columnBytes != nullptr ? s.columnBytes(count) : 0;
+                         prepared && s.columnBytes != nullptr ? s.columnBytes(count, inW) : 0;
                      std::vector<std::uint8_t> layout(bytes + 64);
                      if (bytes > 0) {
                          void* aligned =

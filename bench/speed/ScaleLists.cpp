@@ -22,11 +22,11 @@ struct Lists {
 };
 
 // A set's column layout for the whole run, prepared once as the scaler does.
-const void* ColumnsFor(const Kernels::ScaleSet& set, const Kernels::ScaleRowJob& job)
+void* ColumnsFor(const Kernels::ScaleSet& set, const Kernels::ScaleRowJob& job)
 {
     constexpr std::size_t kAlign = 64;
     static std::map<const Kernels::ScaleSet*, std::vector<char>> layouts;
-    const std::size_t bytes = set.columnBytes ? set.columnBytes(job.count) : 0;
+    const std::size_t bytes = set.columnBytes ? set.columnBytes(job.count, kWidth) : 0;
     if (!bytes || !set.prepareColumns)
         return nullptr;
     std::vector<char>& room = layouts[&set];

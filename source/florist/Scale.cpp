@@ -101,9 +101,9 @@ i32 Wrap(i64 index, i32 lineCount)
     return i32(index);
 }
 
-// The active set's column layout of the current run, kept after the row
-// pointers: the horizontal taps are the same for every row of a run. The key
-// covers everything the layout derives from (lists follow from their sizes).
+// The active set's working memory for the current run, kept after the row
+// pointers: the horizontal taps it holds are the same for every row of a run.
+// The key covers everything they derive from (lists follow from their sizes).
 struct ColumnCache {
     std::size_t capacity; // layout bytes held; 0 when there was no room
     const tagScaleList* horizontal;
@@ -132,10 +132,10 @@ void* LayoutOf(ColumnCache& cache)
 }
 
 // Room for the row pointers, the cache record and the layout of a whole row.
-const Pel** AllocateRowPointers(i32 lineCount, i32 outWidth)
+const Pel** AllocateRowPointers(i32 lineCount, i32 outWidth, i32 inWidth)
 {
     const Kernels::ScaleSet& set = Kernels::Active(Kernels::kScaleSets);
-    const std::size_t layout = set.columnBytes ? set.columnBytes(outWidth) : 0;
+    const std::size_t layout = set.columnBytes ? set.columnBytes(outWidth, inWidth) : 0;
     const std::size_t head = RowPointerBytes(lineCount) + sizeof(ColumnCache);
     void* block = layout ? std::calloc(1, head + kLayoutAlign + layout) : nullptr;
     const bool roomy = block != nullptr;
@@ -148,11 +148,11 @@ const Pel** AllocateRowPointers(i32 lineCount, i32 outWidth)
     return static_cast<const Pel**>(block);
 }
 
-const void* PreparedColumns(const ScanlineControl& ctl, const Kernels::ScaleSet& set,
-                            const Kernels::ScaleRowJob& job)
+void* PreparedColumns(const ScanlineControl& ctl, const Kernels::ScaleSet& set,
+                      const Kernels::ScaleRowJob& job)
 {
     ColumnCache& cache = CacheOf(ctl);
-    if (!set.prepareColumns || set.columnBytes(job.count) > cache.capacity)
+    if (!set.prepareColumns || set.columnBytes(job.count, ctl.scale->inWidth) > cache.capacity)
         return nullptr;
     const tagScaleIP_SCALE& scale = *ctl.scale;
     if (!cache.ready || cache.horizontal != job.horizontal || cache.runWidth != job.count ||
@@ -270,7 +270,7 @@ ScanlineControl* BeginScaleScanline(int inWidth, int inHeight, int outWidth, int
         return nullptr;
     }
     ctl->lines = static_cast<Pel**>(std::calloc(size_t(ctl->lineCount), sizeof(Pel*)));
-    ctl->rowPointers = AllocateRowPointers(ctl->lineCount, outWidth);
+    ctl->rowPointers = AllocateRowPointers(ctl->lineCount, outWidth, inWidth);
     if (!ctl->lines || !ctl->rowPointers) {
         EndScaleScanline(ctl);
         return nullptr;

@@ -106,11 +106,4 @@ const Set& ActiveFor(const SetTable<Set>& sets, const void* dst, int count, cons
 #define FLOWER_STRING(x) FLOWER_STRING_(x)
 #define FLOWER_STRING_(x) #x
 
-// A set a family holds for one x86 target in a file of its own, or null.
-#if defined(FLOWER_X86_KERNELS)
-#define FLOWER_X86_SET(set) &set
-#else
-#define FLOWER_X86_SET(set) nullptr
-#endif
-
 #endif

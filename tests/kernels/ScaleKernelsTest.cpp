@@ -45,7 +45,8 @@ int Reads(const tagScaleList& e)
 // Random pels make quotients that are rarely near an integer; flat and
 // few-coloured pictures make them near or on one, where a kernel that takes a
 // shortcut for the division must still truncate as the division does.
-enum class Content { random, flat, palette };
+// Translucent and clear footprints give sums of alpha near and below 1.
+enum class Content { random, flat, palette, translucent, clear, kinds };
 
 Pel MakePel(Content content, const Pel palette[4], support::Rng& rng)
 {
@@ -54,7 +55,11 @@ Pel MakePel(Content content, const Pel palette[4], support::Rng& rng)
         return rng.Pel();
     case Content::flat:
         return palette[0];
-    case Content::palette:
+    case Content::translucent:
+        return (rng.Next() & 0x00FFFFFFu) | (1 + rng.Below(254)) << 24;
+    case Content::clear:
+        return rng.Next() & 0x00FFFFFFu;
+    default:
         break;
     }
     return palette[rng.Below(4)];
@@ -85,17 +90,17 @@ Footprint RandomFootprint(const tagScaleList& vEntry, const tagScaleList* hEntry
 // A set's prepared column layout for a job's run, or null when it has none.
 class Layout {
   public:
-    Layout(const ScaleSet& set, const Kernels::ScaleRowJob& job)
+    Layout(const ScaleSet& set, const Kernels::ScaleRowJob& job, int width)
     {
         if (!set.prepareColumns)
             return;
-        bytes_.resize(set.columnBytes(job.count) + 64);
+        bytes_.resize(set.columnBytes(job.count, width) + 64);
         void* at = bytes_.data();
         std::size_t room = bytes_.size();
         columns_ = std::align(64, room - 64, at, room);
         set.prepareColumns(columns_, job);
     }
-    const void* get() const { return columns_; }
+    void* get() const { return columns_; }
 
   private:
     std::vector<unsigned char> bytes_;
@@ -107,12 +112,31 @@ const Axis kAxes[] = {{1, 1},   {1, 7},   {7, 1},   {5, 5},   {2, 3},    {3, 2},
                       {10, 3},  {64, 67}, {67, 64}, {99, 13}, {13, 99},  {200, 67},
                       {48, 96}, {96, 48}, {37, 36}, {36, 37}, {300, 41}, {1, 70}};
 
-TEST(ScaleKernels, EveryVariantMatchesScalarOnSeededFootprints)
+// Every runnable set's row against the scalar set's, with its prepared
+// working memory and without; a pel written past the run shows in the guard.
+void ExpectSetsMatch(const Kernels::ScaleRowJob& job, int width, const std::string& what)
 {
     const ScaleSet* sets[Kernels::kTargetCount];
     const int n = Kernels::Runnable(Kernels::kScaleSets, sets);
-    support::Rng rng(2024);
     const Pel guard = 0xDEADBEEF;
+    std::vector<Pel> want(std::size_t(job.count) + 1, guard);
+    Kernels::kScaleScalar.produceRow(want.data(), job);
+    ASSERT_EQ(want.back(), guard);
+    for (int i = 1; i < n; ++i) {
+        const Layout layout(*sets[i], job, width);
+        for (void* columns : {static_cast<void*>(nullptr), layout.get()}) {
+            Kernels::ScaleRowJob own = job;
+            own.columns = columns;
+            std::vector<Pel> got(std::size_t(job.count) + 1, guard);
+            sets[i]->produceRow(got.data(), own);
+            ASSERT_EQ(want, got) << sets[i]->name << (columns ? " prepared " : " ") << what;
+        }
+    }
+}
+
+TEST(ScaleKernels, EveryVariantMatchesScalarOnSeededFootprints)
+{
+    support::Rng rng(2024);
     const Content contents[] = {Content::random, Content::flat, Content::palette};
     for (const Axis h : kAxes)
         for (const Axis v : kAxes)
@@ -130,24 +154,50 @@ TEST(ScaleKernels, EveryVariantMatchesScalarOnSeededFootprints)
                 const Kernels::ScaleRowJob job{
                     f.pointers.data(), &vList[row], vList[0].ratio, hList.data() + firstColumn + 1,
                     hList[0].ratio,    run,         nullptr};
-                std::vector<Pel> want(std::size_t(run) + 1, guard);
-                Kernels::kScaleScalar.produceRow(want.data(), job);
-                ASSERT_EQ(want[std::size_t(run)], guard);
-                for (int i = 1; i < n; ++i) {
-                    const Layout layout(*sets[i], job);
-                    // Taps worked out per call, then prepared once for the run.
-                    for (const void* columns : {static_cast<const void*>(nullptr), layout.get()}) {
-                        Kernels::ScaleRowJob withColumns = job;
-                        withColumns.columns = columns;
-                        std::vector<Pel> got(std::size_t(run) + 1, guard);
-                        sets[i]->produceRow(got.data(), withColumns);
-                        ASSERT_EQ(want, got)
-                            << sets[i]->name << (columns ? " prepared " : " ") << wide.in << "->"
-                            << wide.out << " x " << v.in << "->" << v.out << " row " << row
-                            << " first column " << firstColumn << " run " << run;
-                    }
-                }
+                ExpectSetsMatch(job, int(f.rows[0].size()),
+                                std::to_string(wide.in) + "->" + std::to_string(wide.out) + " x " +
+                                    std::to_string(v.in) + "->" + std::to_string(v.out) + " row " +
+                                    std::to_string(row) + " first column " +
+                                    std::to_string(firstColumn) + " run " + std::to_string(run));
             }
+}
+
+// Sizes from 1 to 4096 on each axis, shrinking and enlarging by any ratio up
+// to 4096: a row of a random run of each, of every kind of content. Tall
+// footprints repeat a few distinct rows.
+TEST(ScaleKernels, EveryVariantMatchesScalarOnRandomSizes)
+{
+    support::Rng rng(4096);
+    // Half the sizes small, so that ratios reach 4096 both ways.
+    const auto size = [&rng] {
+        return rng.Below(2) ? 1 + int(rng.Below(4096)) : 1 + int(rng.Below(8));
+    };
+    for (int trial = 0; trial < 400; ++trial) {
+        const Axis h{size(), size()}, v{size(), size()};
+        const std::vector<tagScaleList> hList = MakeList(h), vList = MakeList(v);
+        const int firstColumn = int(rng.Below(u32(h.out)));
+        const int run = 1 + int(rng.Below(u32(std::min(h.out - firstColumn, 300))));
+        const int row = 1 + int(rng.Below(u32(v.out)));
+        const Content content = Content(trial % int(Content::kinds));
+        tagScaleList oneRow = vList[row];
+        oneRow.count = -1; // a footprint of one row: a few become the rows of a tall one
+        Footprint f = RandomFootprint(oneRow, hList.data() + firstColumn + 1, run, content, rng);
+        for (int i = 0; i < 3; ++i)
+            f.rows.push_back(
+                RandomFootprint(oneRow, hList.data() + firstColumn + 1, run, content, rng).rows[0]);
+        f.pointers.clear();
+        for (int i = 0; i < Reads(vList[row]); ++i)
+            f.pointers.push_back(f.rows[std::size_t(i) % f.rows.size()].data());
+        const Kernels::ScaleRowJob job{
+            f.pointers.data(), &vList[row], vList[0].ratio, hList.data() + firstColumn + 1,
+            hList[0].ratio,    run,         nullptr};
+        ExpectSetsMatch(job, int(f.rows[0].size()),
+                        std::to_string(h.in) + "->" + std::to_string(h.out) + " x " +
+                            std::to_string(v.in) + "->" + std::to_string(v.out) + " row " +
+                            std::to_string(row) + " first column " + std::to_string(firstColumn) +
+                            " run " + std::to_string(run) + " content " +
+                            std::to_string(int(content)));
+    }
 }
 
 // A whole 1920x1080 frame to 1280x720 and 768x512 back up to 1920x1080, row
@@ -188,7 +238,7 @@ TEST(ScaleKernels, WholeFramesMatchScalar)
                 hList[0].ratio, frame.h.out, nullptr};
             for (int i = 0; i < n; ++i) {
                 if (layouts.size() < std::size_t(n))
-                    layouts.emplace_back(*sets[i], job);
+                    layouts.emplace_back(*sets[i], job, frame.h.in);
                 Kernels::ScaleRowJob prepared = job;
                 prepared.columns = layouts[std::size_t(i)].get();
                 sets[i]->produceRow(&out[std::size_t(i)][std::size_t(y) * frame.h.out], prepared);

@@ -103,4 +103,4 @@ void ProduceScalarRow(Pel* dst, const Kernels::ScaleRowJob& job)
 const Kernels::ScaleSet Kernels::kScaleScalar = {"scalar", ProduceScalarRow, nullptr, nullptr};
 
 const Kernels::SetTable<Kernels::ScaleSet> Kernels::kScaleSets = {
-    &kScaleScalar, nullptr, FLOWER_X86_SET(kScaleAVX2), FLOWER_X86_SET(kScaleAVX512), nullptr};
+    &kScaleScalar, FLOWER_VECTOR_SETS(kScale)};

@@ -21,21 +21,24 @@ struct ScaleRowJob {
     const tagScaleList* horizontal; // the first output column's entry, then one per pel
     double hRatio;                  // weight of the middle columns
     i32 count;                      // output pels
-    const void* columns;            // the set's prepared column layout for this run, or null
+    void* columns;                  // the set's working memory for this run, or null
 };
 
 struct ScaleSet {
-    const char* name; // "scalar", "avx2", "avx512"
+    const char* name; // "scalar" or the vector target
     void (*produceRow)(Pel* dst, const ScaleRowJob& job);
-    // Sets that can work out the horizontal taps of a run once, for every row
-    // of it: bytes needed for `count` output pels (0: the set has no layout),
-    // and the filling of `columns` (64-byte aligned) from the job's horizontal
-    // part. The rows of a job must hold every column the run reads.
-    std::size_t (*columnBytes)(i32 count);
+    // Sets that work out the horizontal taps of a run once, for every row of
+    // it, and keep working rows beside them: bytes needed for `count` output
+    // pels read from rows `width` pels wide (0: the set needs none), and the
+    // filling of `columns` (64-byte aligned) from the job's horizontal part.
+    // The rows of a job must hold every column the run reads. Without
+    // `columns` a set returns the scalar set's row the scalar way.
+    std::size_t (*columnBytes)(i32 count, i32 width);
     void (*prepareColumns)(void* columns, const ScaleRowJob& job);
 };
 
-extern const ScaleSet kScaleScalar, kScaleAVX2, kScaleAVX512;
+extern const ScaleSet kScaleScalar;
+FLOWER_DECLARE_VECTOR_SETS(ScaleSet, kScale)
 
 extern const SetTable<ScaleSet> kScaleSets;
 

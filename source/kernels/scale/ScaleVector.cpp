@@ -1,0 +1,296 @@
+// The scaler's vector sets: the reference sums of each output pel, the four of
+// a pel (b.a, g.a, r.a, a) in the lanes of one D4.
+//
+// A pel's sums take its footprint's terms in the reference order, so lanes
+// never mix pels and only the channels share an instruction. The rows of a
+// footprint are taken one at a time for the whole run: each source pel of the
+// row is turned into its four terms once (products of two bytes, exact in a
+// double), whichever output pels read it, and the sums wait in the working
+// memory between bands of rows. The horizontal taps of the run are worked out
+// once, before its first row.
+//
+// Only the sets' own functions are defined here and nothing inline of the
+// library is called: a copy built with wider instructions must not be the one
+// the linker keeps for everybody.
+#include "kernels/scale/ScaleKernels.h"
+#include "kernels/scale/ScaleTaps.h"
+
+#include "kernels/Lanes.h"
+
+namespace Kernels {
+namespace FLOWER_KERNEL_TARGET {
+namespace {
+
+// One output pel's horizontal taps. Runs whose pels read at most two columns
+// each take the second from `second`, padded with weight 0 where there is
+// none: adding +0 leaves the sums, which are never -0, as they are.
+struct PelTaps {
+    i32 column; // its first column
+    i32 middle; // whole middle columns
+    i32 hasLast;
+    i32 total;  // columns read
+    i32 second; // the second column read, from the first, or 0
+    double first, last;
+    double next, nextBelow; // the second column's weight, and in a last row
+};
+
+constexpr std::size_t kAlign = 64;
+
+std::size_t Rounded(std::size_t bytes)
+{
+    return (bytes + kAlign - 1) / kAlign * kAlign;
+}
+
+// Footprint rows whose terms are held at once: the sums of a pel wait in
+// memory only between bands of this many rows.
+constexpr i32 kBand = 4;
+
+// The working memory of a run: the columns it reads, the taps, each pel's sums
+// and remaining weight between bands, and the terms of a band's rows.
+struct Work {
+    i32* width;  // columns the run reads
+    i32* widest; // columns the widest pel reads
+    PelTaps* taps;
+    D4* sums;
+    double* rest;
+    D4* terms;
+
+    Work(void* columns, std::size_t count)
+    {
+        char* at = static_cast<char*>(columns);
+        width = reinterpret_cast<i32*>(at);
+        widest = width + 1;
+        at += kAlign;
+        taps = reinterpret_cast<PelTaps*>(at);
+        at += Rounded(count * sizeof(PelTaps));
+        sums = reinterpret_cast<D4*>(at);
+        at += Rounded(count * sizeof(D4));
+        rest = reinterpret_cast<double*>(at);
+        at += Rounded(count * sizeof(double));
+        terms = reinterpret_cast<D4*>(at);
+    }
+};
+
+std::size_t ColumnBytes(i32 count, i32 width)
+{
+    if (count < 1 || width < 1)
+        return 0;
+    const std::size_t n = std::size_t(count);
+    return kAlign + Rounded(n * sizeof(PelTaps)) + Rounded(n * sizeof(D4)) +
+           Rounded(n * sizeof(double)) + std::size_t(kBand) * std::size_t(width) * sizeof(D4);
+}
+
+void PrepareColumns(void* columns, const ScaleRowJob& job)
+{
+    if (job.count < 1)
+        return;
+    const Work work(columns, std::size_t(job.count));
+    i32 column = 0;
+    *work.width = *work.widest = 0;
+    for (i32 j = 0; j < job.count; ++j) {
+        const Taps h(job.horizontal[j]);
+        const bool two = h.Total() == 2;
+        const double next = !two ? 0.0 : h.middle == 1 ? job.hRatio : h.last;
+        work.taps[j] = PelTaps{column,    h.middle,    h.hasLast,
+                               h.Total(), two ? 1 : 0, h.first,
+                               h.last,    next,        h.hasLast ? 0.0 : next};
+        if (column + h.Total() > *work.width)
+            *work.width = column + h.Total();
+        if (h.Total() > *work.widest)
+            *work.widest = h.Total();
+        column += job.horizontal[j].advance;
+    }
+}
+
+// b.a, g.a, r.a and a: each colour byte times alpha.
+FLOWER_BLOCK D4 PelTerms(u32 pel)
+{
+    const D4 bytes = PelBytesD4(pel);
+    return WithLane3D4(bytes * SpreadLane3D4(bytes), bytes);
+}
+
+void ReadRow(D4* terms, const Pel* row, i32 count)
+{
+    for (i32 x = 0; x < count; ++x)
+        terms[x] = PelTerms(row[x]);
+}
+
+// The reference clamp: at least 255 gives 255, below 1 gives 0, else truncate.
+u32 ClampChannel(double v)
+{
+    if (v >= 255.0)
+        return 255;
+    if (v < 1.0)
+        return 0;
+    return u32(v);
+}
+
+// 1 / a for every output alpha, rounded as the division rounds.
+struct Reciprocals {
+    double of[256];
+};
+
+constexpr Reciprocals MakeReciprocals()
+{
+    Reciprocals r{};
+    for (int a = 1; a < 256; ++a)
+        r.of[a] = 1.0 / a;
+    return r;
+}
+
+constexpr Reciprocals kReciprocals = MakeReciprocals();
+
+// The whole part of each lane's sum / d as the division rounds it, without
+// dividing. The product q with the rounded reciprocal is within 2^-36
+// of the true quotient (relative error below 2^-52, quotients below 2^16), so
+// the rounded quotient truncates to n or n - 1, n the integer nearest q. It
+// reaches n exactly when the true quotient is at least n less half the gap to
+// the double below n (a tie goes to n, whose significand is even): when
+// 2 (d n - sum) <= d gap. Every step is exact where it decides: d n is an
+// integer below 2^53, the difference is exact near d n (Sterbenz) and far from
+// it too large to pass, and the gap is a power of two. Lanes with n <= 0 give
+// at most 0 (n = 0 makes the gap a NaN, so n - 1), which the clamp keeps.
+FLOWER_BLOCK D4 TruncatedQuotients(D4 sums, double d, double reciprocal)
+{
+    const D4 n = RoundD4(sums * reciprocal);
+    const D4 excess = n * d - sums;
+    const D4 gap = (n - NextBelowD4(n)) * d;
+    return excess + excess <= gap ? n : n - 1.0;
+}
+
+FLOWER_BLOCK Pel Result(D4 sums)
+{
+    const u32 alpha = ClampChannel(sums[3]);
+    if (alpha == 0)
+        return 0;
+    // Whole quotients, so the reference clamp is the saturation to a byte.
+    const D4 quotients = TruncatedQuotients(sums, double(alpha), kReciprocals.of[alpha]);
+    return (SaturatedBytesI4(TruncateD4(quotients)) & 0x00FFFFFFu) | alpha << 24;
+}
+
+// One footprint row of one pel; each weight is rowWeight x column weight.
+FLOWER_BLOCK void AddRow(D4& sums, double& rest, const D4* terms, double rowWeight,
+                         double middleWeight, const PelTaps& h, bool withCorner)
+{
+    double w = rowWeight * h.first;
+    sums += terms[0] * w;
+    rest -= w;
+    for (i32 k = 1; k <= h.middle; ++k) {
+        sums += terms[k] * middleWeight;
+        rest -= middleWeight;
+    }
+    if (h.hasLast && withCorner) {
+        w = rowWeight * h.last;
+        sums += terms[h.middle + 1] * w;
+        rest -= w;
+    }
+}
+
+// Weights of the rows of one band.
+struct Band {
+    i32 rows;
+    bool lastSkipsCorner; // the band's last row is a last row with a last column
+    double weight[kBand], middleWeight[kBand];
+};
+
+// Every pel of the run through the rows of one band: the first band starts the
+// sums, the last one adds the last pixel read once more.
+template <bool kFirst, bool kLast>
+void AddBand(const Work& work, i32 count, i32 width, const Band& band)
+{
+    for (i32 j = 0; j < count; ++j) {
+        const PelTaps& h = work.taps[j];
+        const D4* terms = work.terms + h.column;
+        D4 sums = kFirst ? SplatD4(0.0) : work.sums[j];
+        double rest = kFirst ? 1.0 : work.rest[j];
+        for (i32 b = 0; b < band.rows; ++b, terms += width) {
+            const bool withCorner = !(band.lastSkipsCorner && b + 1 == band.rows);
+            AddRow(sums, rest, terms, band.weight[b], band.middleWeight[b], h, withCorner);
+        }
+        if (kLast)
+            sums += terms[h.total - 1 - width] * rest;
+        else
+            work.rest[j] = rest;
+        work.sums[j] = sums;
+    }
+}
+
+// AddBand for runs whose pels read at most two columns each: the same terms
+// in the same order, with no branch on the shape of a footprint.
+template <bool kFirst, bool kLast>
+void AddNarrowBand(const Work& work, i32 count, i32 width, const Band& band)
+{
+    for (i32 j = 0; j < count; ++j) {
+        const PelTaps& h = work.taps[j];
+        const D4* terms = work.terms + h.column;
+        D4 sums = kFirst ? SplatD4(0.0) : work.sums[j];
+        double rest = kFirst ? 1.0 : work.rest[j];
+        for (i32 b = 0; b < band.rows; ++b, terms += width) {
+            const bool withCorner = !(band.lastSkipsCorner && b + 1 == band.rows);
+            const double w0 = band.weight[b] * h.first;
+            sums += terms[0] * w0;
+            rest -= w0;
+            const double w1 = band.weight[b] * (withCorner ? h.next : h.nextBelow);
+            sums += terms[h.second] * w1;
+            rest -= w1;
+        }
+        if (kLast)
+            sums += terms[h.second - width] * rest;
+        else
+            work.rest[j] = rest;
+        work.sums[j] = sums;
+    }
+}
+
+template <bool kFirst, bool kLast>
+void AddBandTo(const Work& work, i32 count, i32 width, const Band& band)
+{
+    if (*work.widest <= 2)
+        AddNarrowBand<kFirst, kLast>(work, count, width, band);
+    else
+        AddBand<kFirst, kLast>(work, count, width, band);
+}
+
+void ProduceRow(Pel* dst, const ScaleRowJob& job)
+{
+    if (job.count < 1)
+        return;
+    if (!job.columns)
+        return kScaleScalar.produceRow(dst, job);
+    const i32 count = job.count;
+    const Work work(job.columns, std::size_t(count));
+    const i32 width = *work.width;
+    const Taps v(*job.vertical);
+    const i32 rows = v.Total();
+    for (i32 first = 0; first < rows; first += kBand) {
+        Band band;
+        band.rows = rows - first < kBand ? rows - first : kBand;
+        const bool last = first + band.rows == rows;
+        band.lastSkipsCorner = v.hasLast && last;
+        for (i32 b = 0; b < band.rows; ++b) {
+            const i32 i = first + b;
+            band.weight[b] = i == 0 ? v.first : i <= v.middle ? job.vRatio : v.last;
+            band.middleWeight[b] = band.weight[b] * job.hRatio;
+            ReadRow(work.terms + std::ptrdiff_t(b) * width, job.rows[i], width);
+        }
+        if (first == 0 && last)
+            AddBandTo<true, true>(work, count, width, band);
+        else if (first == 0)
+            AddBandTo<true, false>(work, count, width, band);
+        else if (last)
+            AddBandTo<false, true>(work, count, width, band);
+        else
+            AddBandTo<false, false>(work, count, width, band);
+    }
+    // A loop of its own: the results of many pels then overlap.
+    for (i32 j = 0; j < count; ++j)
+        dst[j] = Result(work.sums[j]);
+}
+
+} // namespace
+
+const ScaleSet kScale = {FLOWER_STRING(FLOWER_KERNEL_TARGET), ProduceRow, ColumnBytes,
+                         PrepareColumns};
+
+} // namespace FLOWER_KERNEL_TARGET
+} // namespace Kernels
