@@ -41,32 +41,44 @@ FLOWER_BLOCK V BlendOnOpaque(V top, V bottom)
     return colour | 0xFF000000u;
 }
 
-// global_adt[a] = 65536 / a truncated, for a = 1..255. One Newton step takes the
-// estimate r of 1/a (relative error e below 2^-9) to (1 - e^2) / a, and with the
-// rounding of four float operations 65536.5 * r lies within 0.27 / a of
-// (65536 + 0.5) / a. That is above 65536 / a and below the next multiple of 1 / a,
-// the least step to an integer: its truncation is the table's entry.
+// The same blend with one top colour whose share cc * ca of every channel,
+// and weight 255 - ca, come precomputed in 16-bit lanes.
+FLOWER_BLOCK V BlendColourOnOpaque(V share, V weight, V bottom)
+{
+    const V lo = DivideBy255x16(Add16(share, Mul16(LowBytes(bottom), weight)));
+    const V hi = DivideBy255x16(Add16(share, Mul16(HighBytes(bottom), weight)));
+    return Pack16(lo, hi) | 0xFF000000u;
+}
+
+// global_adt[a] = 65536 / a truncated, for a = 1..255. The quotient in single
+// precision is correctly rounded, within 2^-9 of 65536 / a for a >= 2, while a
+// quotient that is not an integer lies at least 1 / 255 above the one below:
+// truncation gives the table's entry.
 FLOWER_BLOCK V AlphaDivideEntries(V alpha)
 {
     const F a = ToFloat(MaxUnsigned32(alpha, Splat32(1)));
-    const F r = ReciprocalBelow(a);
-    return Truncate(r * (SplatF(2.0f) - a * r) * SplatF(65536.5f));
+    return Truncate(SplatF(65536.0f) / a);
 }
 
-// Both weighted branches of CompositPel on every pel. The weights are formed
-// once per pel in 32-bit lanes, their high 16 bits 0. Kept out of line: its
-// registers and constants would otherwise weigh on the opaque and clear blocks.
-__attribute__((noinline)) V Weighted(V top, V bottom, V ta, V ba)
+// Both weighted branches of CompositPel on every pel; with no opaque bottom
+// in the block (kOpaqueBottoms false) the rounding term is left out. The
+// weights are formed once per pel in 32-bit lanes whose high 16 bits stay 0:
+// DivideBy255x16 takes 0 + 128 there to 0.
+template <bool kOpaqueBottoms> FLOWER_BLOCK V Weighted(V top, V bottom, V ta, V ba)
 {
-    const V w = DivideBy255x16(Mul16(ba, Splat32(255) - ta)) & 0xFFFFu;
+    const V w = DivideBy255x16(Mul16(ba, Splat32(255) - ta));
     const V alpha = ta + w;
     const V adt = AlphaDivideEntries(alpha);
-    const V bias = Keep(Eq32(ba, Splat32(255)), Splat32(128));
-    const V lo = WeightedHalf(LowBytes(top), LowBytes(bottom), LowPelWords(ta), LowPelWords(w),
-                              LowPelWords(bias), LowPelWords(adt));
-    const V hi = WeightedHalf(HighBytes(top), HighBytes(bottom), HighPelWords(ta),
-                              HighPelWords(w), HighPelWords(bias), HighPelWords(adt));
-    return WithAlphas(Pack16(lo, hi), alpha);
+    V lo = Add16(Mul16(LowBytes(top), LowPelWords(ta)), Mul16(LowBytes(bottom), LowPelWords(w)));
+    V hi =
+        Add16(Mul16(HighBytes(top), HighPelWords(ta)), Mul16(HighBytes(bottom), HighPelWords(w)));
+    if (kOpaqueBottoms) {
+        const V bias = Keep(Eq32(ba, Splat32(255)), Splat32(128));
+        lo = Add16(lo, LowPelWords(bias));
+        hi = Add16(hi, HighPelWords(bias));
+    }
+    const V colour = Pack16(MulHigh16(lo, LowPelWords(adt)), MulHigh16(hi, HighPelWords(adt)));
+    return WithAlphas(colour, alpha);
 }
 
 // The pels of a block's result that are a source pel as it stands.
@@ -74,19 +86,26 @@ struct Unchanged {
     PelMask top{}, bottom{};
 };
 
-FLOWER_BLOCK V Composit(V top, V bottom, Unchanged& same)
+// CompositPel on a block, its tests on the alphas given. A block with no pel
+// opaque or clear on either side, the bulk of translucent layers, goes
+// straight to the division.
+FLOWER_BLOCK V Composit(V top, V bottom, V ta, V ba, PelMask opaqueTop, Unchanged& same)
 {
-    const V ta = Alphas(top);
-    const V ba = Alphas(bottom);
-    same.top = Or(Eq32(ta, Splat32(255)), Eq32(ba, V{}));
-    if (All(same.top)) // opaque text, and clear over clear
-        return top;
-    same.bottom = AndNot(same.top, Eq32(ta, V{})); // gaps between glyphs over a picture
-    V out = bottom;
+    const PelMask clearBottom = Eq32(ba, V{});
+    const PelMask clearTop = Eq32(ta, V{});
+    const PelMask opaqueBottom = Eq32(ba, Splat32(255));
+    same.top = Or(opaqueTop, clearBottom);
+    same.bottom = AndNot(same.top, clearTop);
     const PelMask unchanged = Or(same.top, same.bottom);
+    if (None(Or(unchanged, opaqueBottom)))
+        return Weighted<false>(top, bottom, ta, ba);
+    if (All(same.top)) // clear over clear
+        return top;
+    V out = bottom;
     if (!All(unchanged)) {
-        const bool translucent = !All(Or(unchanged, Eq32(ba, Splat32(255))));
-        const V mixed = translucent ? Weighted(top, bottom, ta, ba) : BlendOnOpaque(top, bottom);
+        const bool translucent = !All(Or(unchanged, opaqueBottom));
+        const V mixed =
+            translucent ? Weighted<true>(top, bottom, ta, ba) : BlendOnOpaque(top, bottom);
         out = Select(same.bottom, bottom, mixed);
     }
     return Select(same.top, top, out);
@@ -94,22 +113,9 @@ FLOWER_BLOCK V Composit(V top, V bottom, Unchanged& same)
 
 FLOWER_BLOCK V Composit(V top, V bottom)
 {
-    Unchanged same;
-    return Composit(top, bottom, same);
-}
-
-// Top alpha 0 keeps the bottom, 255 the top; the rest blends with alpha 255.
-FLOWER_BLOCK V OnOpaque(V top, V bottom, Unchanged& same)
-{
     const V ta = Alphas(top);
-    same.top = Eq32(ta, Splat32(255));
-    if (All(same.top))
-        return top;
-    same.bottom = Eq32(ta, V{});
-    V out = bottom;
-    if (!All(Or(same.top, same.bottom)))
-        out = Select(same.bottom, bottom, BlendOnOpaque(top, bottom));
-    return Select(same.top, top, out);
+    Unchanged same;
+    return Composit(top, bottom, ta, Alphas(bottom), Eq32(ta, Splat32(255)), same);
 }
 
 // FadePelAlpha: alpha * opacity <= 65025 fits the low 16 bits of each lane.
@@ -145,32 +151,53 @@ PelMask Changed(const char* dst, const char* bottom, const char* top, Unchanged 
                          : AllPels();
 }
 
+// An opaque top is the result whatever lies beneath, so its blocks never read
+// the bottom: opaque text costs what a copy costs.
 void CompositRow(char* dst, const char* bottom, const char* top, int count)
 {
-    const auto tail = [=](std::ptrdiff_t at, int n) {
-        Scalar::Composit(dst + at, bottom + at, top + at, n);
-    };
-    if (dst != bottom && dst != top)
-        return ForBlocks(
-            count, [=](int i) { Store(dst, i, Composit(Load(top, i), Load(bottom, i))); }, tail);
     ForBlocks(
         count,
         [=](int i) {
+            const V t = Load(top, i);
+            const V ta = Alphas(t);
+            const PelMask opaqueTop = Eq32(ta, Splat32(255));
+            if (All(opaqueTop)) {
+                if (dst != top)
+                    Store(dst, i, t);
+                return;
+            }
+            const V b = Load(bottom, i);
             Unchanged same;
-            const V out = Composit(Load(top, i), Load(bottom, i), same);
+            const V out = Composit(t, b, ta, Alphas(b), opaqueTop, same);
             StoreWhere(dst, i, out, Changed(dst, bottom, top, same));
         },
-        tail);
+        [=](std::ptrdiff_t at, int n) { Scalar::Composit(dst + at, bottom + at, top + at, n); });
 }
 
+// Top alpha 0 keeps the bottom, 255 the top; the rest blends with alpha 255.
+// Neither kind of block needs the bottom read unless it is to be copied.
 void OnOpaqueRow(char* dst, const char* bottom, const char* top, int count)
 {
     ForBlocks(
         count,
         [=](int i) {
-            Unchanged same;
-            const V out = OnOpaque(Load(top, i), Load(bottom, i), same);
-            StoreWhere(dst, i, out, Changed(dst, bottom, top, same));
+            const V t = Load(top, i);
+            const V ta = Alphas(t);
+            const PelMask opaqueTop = Eq32(ta, Splat32(255));
+            if (All(opaqueTop)) {
+                if (dst != top)
+                    Store(dst, i, t);
+                return;
+            }
+            const PelMask clearTop = Eq32(ta, V{});
+            if (All(clearTop)) {
+                if (dst != bottom)
+                    Store(dst, i, Load(bottom, i));
+                return;
+            }
+            const V b = Load(bottom, i);
+            const V out = Select(opaqueTop, t, Select(clearTop, b, BlendOnOpaque(t, b)));
+            Store(dst, i, out);
         },
         [=](std::ptrdiff_t at, int n) {
             Scalar::CompositOnOpaque(dst + at, bottom + at, top + at, n);
@@ -185,17 +212,39 @@ void OnColourRow(char* dst, const char* top, int count, u32 colour)
         [=](std::ptrdiff_t at, int n) { Scalar::CompositOnColour(dst + at, top + at, n, colour); });
 }
 
-void ColourOnRow(char* dst, const char* bottom, int count, u32 colour)
+// The colour's share of every channel, cc * ca, is the same in every block.
+FLOWER_BLOCK V ColourShare(u32 colour)
 {
-    const V top = Splat32(colour);
-    ForBlocks(
-        count, [=](int i) { Store(dst, i, Composit(top, Load(bottom, i))); },
-        [=](std::ptrdiff_t at, int n) {
-            Scalar::CompositColourOn(dst + at, bottom + at, n, colour);
-        });
+    return Mul16(LowBytes(Splat32(colour)), Splat16(u16(colour >> 24)));
 }
 
-// The colour's share of every channel, cc * ca, is the same in every block.
+// An opaque colour is the result everywhere; otherwise blocks of opaque
+// bottoms, a colour over a picture, take the blend with the colour's share.
+void ColourOnRow(char* dst, const char* bottom, int count, u32 colour)
+{
+    const auto tail = [=](std::ptrdiff_t at, int n) {
+        Scalar::CompositColourOn(dst + at, bottom + at, n, colour);
+    };
+    const V top = Splat32(colour);
+    const u32 ca = colour >> 24;
+    if (ca == 255u)
+        return ForBlocks(count, [=](int i) { Store(dst, i, top); }, tail);
+    const V share = ColourShare(colour);
+    const V weight = Splat16(u16(255u - ca));
+    const V ta = Splat32(ca);
+    ForBlocks(
+        count,
+        [=](int i) {
+            const V b = Load(bottom, i);
+            const V ba = Alphas(b);
+            if (All(Eq32(ba, Splat32(255))))
+                return Store(dst, i, BlendColourOnOpaque(share, weight, b));
+            Unchanged same;
+            Store(dst, i, Composit(top, b, ta, ba, PelMask{}, same));
+        },
+        tail);
+}
+
 void ColourOnOpaqueRow(char* dst, const char* bottom, int count, u32 colour)
 {
     const auto tail = [=](std::ptrdiff_t at, int n) {
@@ -207,16 +256,10 @@ void ColourOnOpaqueRow(char* dst, const char* bottom, int count, u32 colour)
         return ForBlocks(
             count, [=](int i) { Store(dst, i, ca == 0u ? Load(bottom, i) : top); }, tail);
     }
-    const V share = Mul16(LowBytes(Splat32(colour)), Splat16(u16(ca)));
+    const V share = ColourShare(colour);
     const V weight = Splat16(u16(255u - ca));
     ForBlocks(
-        count,
-        [=](int i) {
-            const V pels = Load(bottom, i);
-            const V lo = DivideBy255x16(Add16(share, Mul16(LowBytes(pels), weight)));
-            const V hi = DivideBy255x16(Add16(share, Mul16(HighBytes(pels), weight)));
-            Store(dst, i, Pack16(lo, hi) | 0xFF000000u);
-        },
+        count, [=](int i) { Store(dst, i, BlendColourOnOpaque(share, weight, Load(bottom, i))); },
         tail);
 }
 
