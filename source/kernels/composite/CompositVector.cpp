@@ -1,3 +1,6 @@
+
+
+
 // Composite kernels on whole vectors; the tail of every row is the scalar set's.
 //
 // Per-pel tests become masks; channel arithmetic runs in 16-bit lanes on the
@@ -56,19 +59,20 @@ FLOWER_BLOCK V BlendColourOnOpaque(V share, V weight, V bottom)
 // truncation gives the table's entry.
 FLOWER_BLOCK V AlphaDivideEntries(V alpha)
 {
-    const F a = ToFloat(MaxUnsigned32(alpha, Splat32(1)));
-    return Truncate(SplatF(65536.0f) / a);
+    return Truncate(SplatF(65536.0f) / ToFloat(alpha));
 }
 
 // Both weighted branches of CompositPel on every pel; with no opaque bottom
-// in the block (kOpaqueBottoms false) the rounding term is left out. The
-// weights are formed once per pel in 32-bit lanes whose high 16 bits stay 0:
-// DivideBy255x16 takes 0 + 128 there to 0.
+// in the block (kOpaqueBottoms false) the rounding term is left out, and no
+// alpha is below 2. Otherwise clear pels, replaced later, may have alpha 0,
+// which the divisor is kept from. The weights are formed once per pel in
+// 32-bit lanes whose high 16 bits stay 0: DivideBy255x16 takes 0 + 128 there
+// to 0. The reciprocals' alpha lanes are 0, leaving the alpha byte free.
 template <bool kOpaqueBottoms> FLOWER_BLOCK V Weighted(V top, V bottom, V ta, V ba)
 {
     const V w = DivideBy255x16(Mul16(ba, Splat32(255) - ta));
     const V alpha = ta + w;
-    const V adt = AlphaDivideEntries(alpha);
+    const V adt = AlphaDivideEntries(kOpaqueBottoms ? MaxUnsigned32(alpha, Splat32(1)) : alpha);
     V lo = Add16(Mul16(LowBytes(top), LowPelWords(ta)), Mul16(LowBytes(bottom), LowPelWords(w)));
     V hi =
         Add16(Mul16(HighBytes(top), HighPelWords(ta)), Mul16(HighBytes(bottom), HighPelWords(w)));
@@ -77,8 +81,9 @@ template <bool kOpaqueBottoms> FLOWER_BLOCK V Weighted(V top, V bottom, V ta, V 
         lo = Add16(lo, LowPelWords(bias));
         hi = Add16(hi, HighPelWords(bias));
     }
-    const V colour = Pack16(MulHigh16(lo, LowPelWords(adt)), MulHigh16(hi, HighPelWords(adt)));
-    return WithAlphas(colour, alpha);
+    const V colour =
+        Pack16(MulHigh16(lo, LowPelColourWords(adt)), MulHigh16(hi, HighPelColourWords(adt)));
+    return colour | alpha << 24;
 }
 
 // The pels of a block's result that are a source pel as it stands.
@@ -86,19 +91,37 @@ struct Unchanged {
     PelMask top{}, bottom{};
 };
 
-// CompositPel on a block, its tests on the alphas given. A block with no pel
-// opaque or clear on either side, the bulk of translucent layers, goes
-// straight to the division.
-FLOWER_BLOCK V Composit(V top, V bottom, V ta, V ba, PelMask opaqueTop, Unchanged& same)
+// CompositPel on a block, by kinds of blocks. An opaque top is the result
+// whatever lies beneath: `bottomOf()` is not read. With no pel opaque or clear
+// on either side, the bulk of translucent layers, every pel takes the
+// division. A clear top leaves the bottom but where that is clear too. Over
+// an opaque bottom the rounded blend is exact for any top alpha, 0 and 255
+// included.
+template <class Bottom> FLOWER_BLOCK V Composit(V top, Bottom bottomOf, Unchanged& same)
 {
-    const PelMask clearBottom = Eq32(ba, V{});
+    const V ta = Alphas(top);
+    const PelMask opaqueTop = Eq32(ta, Splat32(255));
+    if (All(opaqueTop)) {
+        same.top = AllPels();
+        return top;
+    }
+    const V bottom = bottomOf();
+    const V ba = Alphas(bottom);
     const PelMask clearTop = Eq32(ta, V{});
+    const PelMask clearBottom = Eq32(ba, V{});
     const PelMask opaqueBottom = Eq32(ba, Splat32(255));
+    if (None(Or(Or(opaqueTop, clearBottom), Or(clearTop, opaqueBottom))))
+        return Weighted<false>(top, bottom, ta, ba);
+    if (All(clearTop)) {
+        same.top = clearBottom;
+        same.bottom = AndNot(clearBottom, AllPels());
+        return Select(clearBottom, top, bottom);
+    }
+    if (All(opaqueBottom))
+        return BlendOnOpaque(top, bottom);
     same.top = Or(opaqueTop, clearBottom);
     same.bottom = AndNot(same.top, clearTop);
     const PelMask unchanged = Or(same.top, same.bottom);
-    if (None(Or(unchanged, opaqueBottom)))
-        return Weighted<false>(top, bottom, ta, ba);
     if (All(same.top)) // clear over clear
         return top;
     V out = bottom;
@@ -113,9 +136,8 @@ FLOWER_BLOCK V Composit(V top, V bottom, V ta, V ba, PelMask opaqueTop, Unchange
 
 FLOWER_BLOCK V Composit(V top, V bottom)
 {
-    const V ta = Alphas(top);
     Unchanged same;
-    return Composit(top, bottom, ta, Alphas(bottom), Eq32(ta, Splat32(255)), same);
+    return Composit(top, [bottom] { return bottom; }, same);
 }
 
 // FadePelAlpha: alpha * opacity <= 65025 fits the low 16 bits of each lane.
@@ -143,39 +165,53 @@ template <class Block, class Tail> void ForBlocks(int count, Block block, Tail t
         tail(std::ptrdiff_t(i) * 4, count - i);
 }
 
-// Pels equal to the destination row's own need not be stored again.
-PelMask Changed(const char* dst, const char* bottom, const char* top, Unchanged same)
+// Whole frames stream through here: blocks of clear or opaque text leave too
+// little work between loads to hide the memory's latency, so the lines a
+// kilobyte on are asked for early. The address is formed as an integer: it
+// may lie past the row, where a prefetch never faults.
+FLOWER_BLOCK void PrefetchAhead(const char* at)
 {
-    return dst == bottom ? AndNot(same.bottom, AllPels())
-           : dst == top  ? AndNot(same.top, AllPels())
-                         : AllPels();
+    __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(at) + 1024));
 }
 
-// An opaque top is the result whatever lies beneath, so its blocks never read
-// the bottom: opaque text costs what a copy costs.
-void CompositRow(char* dst, const char* bottom, const char* top, int count)
+// Which source row, if any, is the destination row.
+enum class Into { kNew, kBottom, kTop };
+
+// Pels equal to the destination row's own need not be stored again.
+template <Into kInto> FLOWER_BLOCK PelMask Changed(Unchanged same)
+{
+    return kInto == Into::kBottom ? AndNot(same.bottom, AllPels())
+           : kInto == Into::kTop  ? AndNot(same.top, AllPels())
+                                  : AllPels();
+}
+
+// One loop per destination, each free of the others' tests.
+template <Into kInto> void CompositInto(char* dst, const char* bottom, const char* top, int count)
 {
     ForBlocks(
         count,
         [=](int i) {
-            const V t = Load(top, i);
-            const V ta = Alphas(t);
-            const PelMask opaqueTop = Eq32(ta, Splat32(255));
-            if (All(opaqueTop)) {
-                if (dst != top)
-                    Store(dst, i, t);
-                return;
-            }
-            const V b = Load(bottom, i);
+            PrefetchAhead(At(top, i));
+            PrefetchAhead(At(bottom, i));
             Unchanged same;
-            const V out = Composit(t, b, ta, Alphas(b), opaqueTop, same);
-            StoreWhere(dst, i, out, Changed(dst, bottom, top, same));
+            const V out = Composit(Load(top, i), [=] { return Load(bottom, i); }, same);
+            StoreWhere(dst, i, out, Changed<kInto>(same));
         },
         [=](std::ptrdiff_t at, int n) { Scalar::Composit(dst + at, bottom + at, top + at, n); });
 }
 
-// Top alpha 0 keeps the bottom, 255 the top; the rest blends with alpha 255.
-// Neither kind of block needs the bottom read unless it is to be copied.
+void CompositRow(char* dst, const char* bottom, const char* top, int count)
+{
+    if (dst == bottom)
+        return CompositInto<Into::kBottom>(dst, bottom, top, count);
+    if (dst == top)
+        return CompositInto<Into::kTop>(dst, bottom, top, count);
+    CompositInto<Into::kNew>(dst, bottom, top, count);
+}
+
+// Top alpha 0 keeps the bottom, 255 the top; the rest blends with alpha 255,
+// which gives the top for 255 too. Neither kind of whole block needs the
+// bottom read unless it is to be copied.
 void OnOpaqueRow(char* dst, const char* bottom, const char* top, int count)
 {
     ForBlocks(
@@ -196,8 +232,7 @@ void OnOpaqueRow(char* dst, const char* bottom, const char* top, int count)
                 return;
             }
             const V b = Load(bottom, i);
-            const V out = Select(opaqueTop, t, Select(clearTop, b, BlendOnOpaque(t, b)));
-            Store(dst, i, out);
+            Store(dst, i, Select(clearTop, b, BlendOnOpaque(t, b)));
         },
         [=](std::ptrdiff_t at, int n) {
             Scalar::CompositOnOpaque(dst + at, bottom + at, top + at, n);
@@ -231,16 +266,13 @@ void ColourOnRow(char* dst, const char* bottom, int count, u32 colour)
         return ForBlocks(count, [=](int i) { Store(dst, i, top); }, tail);
     const V share = ColourShare(colour);
     const V weight = Splat16(u16(255u - ca));
-    const V ta = Splat32(ca);
     ForBlocks(
         count,
         [=](int i) {
             const V b = Load(bottom, i);
-            const V ba = Alphas(b);
-            if (All(Eq32(ba, Splat32(255))))
+            if (All(Eq32(Alphas(b), Splat32(255))))
                 return Store(dst, i, BlendColourOnOpaque(share, weight, b));
-            Unchanged same;
-            Store(dst, i, Composit(top, b, ta, ba, PelMask{}, same));
+            Store(dst, i, Composit(top, b));
         },
         tail);
 }
