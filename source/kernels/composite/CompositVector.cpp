@@ -92,10 +92,10 @@ struct Unchanged {
 };
 
 // CompositPel on a block, by kinds of blocks. An opaque top is the result
-// whatever lies beneath: `bottomOf()` is not read. With no pel opaque or clear
-// on either side, the bulk of translucent layers, every pel takes the
-// division. A clear top leaves the bottom but where that is clear too. Over
-// an opaque bottom the rounded blend is exact for any top alpha, 0 and 255
+// whatever lies beneath: `bottomOf()` is not read. A clear top leaves the
+// bottom but where that is clear too. With no pel opaque or clear on either
+// side, the bulk of translucent layers, every pel takes the division. Over an
+// opaque bottom the rounded blend is exact for any top alpha, 0 and 255
 // included.
 template <class Bottom> FLOWER_BLOCK V Composit(V top, Bottom bottomOf, Unchanged& same)
 {
@@ -109,14 +109,14 @@ template <class Bottom> FLOWER_BLOCK V Composit(V top, Bottom bottomOf, Unchange
     const V ba = Alphas(bottom);
     const PelMask clearTop = Eq32(ta, V{});
     const PelMask clearBottom = Eq32(ba, V{});
-    const PelMask opaqueBottom = Eq32(ba, Splat32(255));
-    if (None(Or(Or(opaqueTop, clearBottom), Or(clearTop, opaqueBottom))))
-        return Weighted<false>(top, bottom, ta, ba);
     if (All(clearTop)) {
         same.top = clearBottom;
         same.bottom = AndNot(clearBottom, AllPels());
         return Select(clearBottom, top, bottom);
     }
+    const PelMask opaqueBottom = Eq32(ba, Splat32(255));
+    if (None(Or(Or(opaqueTop, clearBottom), Or(clearTop, opaqueBottom))))
+        return Weighted<false>(top, bottom, ta, ba);
     if (All(opaqueBottom))
         return BlendOnOpaque(top, bottom);
     same.top = Or(opaqueTop, clearBottom);
@@ -165,15 +165,6 @@ template <class Block, class Tail> void ForBlocks(int count, Block block, Tail t
         tail(std::ptrdiff_t(i) * 4, count - i);
 }
 
-// Whole frames stream through here: blocks of clear or opaque text leave too
-// little work between loads to hide the memory's latency, so the lines a
-// kilobyte on are asked for early. The address is formed as an integer: it
-// may lie past the row, where a prefetch never faults.
-FLOWER_BLOCK void PrefetchAhead(const char* at)
-{
-    __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(at) + 1024));
-}
-
 // Which source row, if any, is the destination row.
 enum class Into { kNew, kBottom, kTop };
 
@@ -191,8 +182,6 @@ template <Into kInto> void CompositInto(char* dst, const char* bottom, const cha
     ForBlocks(
         count,
         [=](int i) {
-            PrefetchAhead(At(top, i));
-            PrefetchAhead(At(bottom, i));
             Unchanged same;
             const V out = Composit(Load(top, i), [=] { return Load(bottom, i); }, same);
             StoreWhere(dst, i, out, Changed<kInto>(same));
