@@ -1,6 +1,3 @@
-
-
-
 // Composite kernels on whole vectors; the tail of every row is the scalar set's.
 //
 // Per-pel tests become masks; channel arithmetic runs in 16-bit lanes on the
@@ -20,27 +17,16 @@ namespace Kernels {
 namespace FLOWER_KERNEL_TARGET {
 namespace {
 
-// (tc * ta + bc * w + bias) * adt[A] >> 16 per 16-bit lane; the pel's
-// weights come spread over its four lanes. The sum is at most 255 * A + 128,
-// and A >= 2 on every pel the composite keeps (A = 1 needs one alpha 0, and
-// those pels are a source pel as it stands), so the 16-bit mulhi is exact.
-FLOWER_BLOCK V WeightedHalf(V top16, V bottom16, V ta16, V w16, V bias16, V adt16)
-{
-    const V sum = Add16(Add16(Mul16(top16, ta16), Mul16(bottom16, w16)), bias16);
-    return MulHigh16(sum, adt16);
-}
-
 // tc * ta + bc * (255 - ta) rounded by DivideBy255, alpha 255: the opaque
 // bottom's branch alone, when no pel needs the table.
-FLOWER_BLOCK V BlendOnOpaque(V top, V bottom)
+FLOWER_BLOCK V BlendOnOpaque(V top, V bottom, V ta)
 {
-    const auto half = [](V top16, V bottom16) {
-        const V tw = SpreadWord3(top16);
+    const auto half = [](V top16, V bottom16, V tw) {
         const V bw = Sub16(Splat16(255), tw);
         return DivideBy255x16(Add16(Mul16(top16, tw), Mul16(bottom16, bw)));
     };
-    const V colour =
-        Pack16(half(LowBytes(top), LowBytes(bottom)), half(HighBytes(top), HighBytes(bottom)));
+    const V colour = Pack16(half(LowBytes(top), LowBytes(bottom), LowPelWords(ta)),
+                            half(HighBytes(top), HighBytes(bottom), HighPelWords(ta)));
     return colour | 0xFF000000u;
 }
 
@@ -62,6 +48,11 @@ FLOWER_BLOCK V AlphaDivideEntries(V alpha)
     return Truncate(SplatF(65536.0f) / ToFloat(alpha));
 }
 
+// (tc * ta + bc * w + bias) * adt[A] >> 16 per 16-bit lane, the bias 128 on
+// opaque bottoms. The sum is at most 255 * A + 128, and A >= 2 on every pel
+// the composite keeps (A = 1 needs one alpha 0, and those pels are a source
+// pel as it stands), so the 16-bit mulhi is exact.
+//
 // Both weighted branches of CompositPel on every pel; with no opaque bottom
 // in the block (kOpaqueBottoms false) the rounding term is left out, and no
 // alpha is below 2. Otherwise clear pels, replaced later, may have alpha 0,
@@ -118,7 +109,7 @@ template <class Bottom> FLOWER_BLOCK V Composit(V top, Bottom bottomOf, Unchange
     if (None(Or(Or(opaqueTop, clearBottom), Or(clearTop, opaqueBottom))))
         return Weighted<false>(top, bottom, ta, ba);
     if (All(opaqueBottom))
-        return BlendOnOpaque(top, bottom);
+        return BlendOnOpaque(top, bottom, ta);
     same.top = Or(opaqueTop, clearBottom);
     same.bottom = AndNot(same.top, clearTop);
     const PelMask unchanged = Or(same.top, same.bottom);
@@ -128,7 +119,7 @@ template <class Bottom> FLOWER_BLOCK V Composit(V top, Bottom bottomOf, Unchange
     if (!All(unchanged)) {
         const bool translucent = !All(Or(unchanged, opaqueBottom));
         const V mixed =
-            translucent ? Weighted<true>(top, bottom, ta, ba) : BlendOnOpaque(top, bottom);
+            translucent ? Weighted<true>(top, bottom, ta, ba) : BlendOnOpaque(top, bottom, ta);
         out = Select(same.bottom, bottom, mixed);
     }
     return Select(same.top, top, out);
@@ -221,7 +212,7 @@ void OnOpaqueRow(char* dst, const char* bottom, const char* top, int count)
                 return;
             }
             const V b = Load(bottom, i);
-            Store(dst, i, Select(clearTop, b, BlendOnOpaque(t, b)));
+            Store(dst, i, Select(clearTop, b, BlendOnOpaque(t, b, ta)));
         },
         [=](std::ptrdiff_t at, int n) {
             Scalar::CompositOnOpaque(dst + at, bottom + at, top + at, n);
