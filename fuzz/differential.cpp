@@ -81,18 +81,41 @@ const char* C(const Bytes& b)
     return reinterpret_cast<const char*>(b.data());
 }
 
+// A row of mixed pels, or, when the input asks, of one kind throughout:
+// whole blocks of opaque, clear or translucent pels take paths of their own.
+Bytes KindRow(Fuzz::Input& in, int count)
+{
+    const int kind = in.Range(0, 3);
+    Bytes row = Row(in, count);
+    for (std::size_t i = 3; kind > 0 && i < row.size(); i += 4)
+        row[i] = kind == 1 ? 0xFF : kind == 2 ? 0 : std::uint8_t(1 + row[i] % 254);
+    return row;
+}
+
+// The two-row composites and a colour over a row, written into a new row,
+// over the bottom or over the top.
 void CompositFamily(Fuzz::Input& in)
 {
     const Kernels::CompositSet* sets[kMaxSets];
     const int n = Kernels::Runnable(Kernels::kCompositSets, sets);
     const int count = in.Range(0, kMaxCount);
-    const bool inPlace = in.Bool();
-    const Bytes bottom = Row(in, count), top = Row(in, count);
-    char params[64];
-    std::snprintf(params, sizeof params, "count %d in place %d", count, int(inPlace));
-    EverySet("composit", "composit", sets, n, inPlace ? bottom : Bytes(bottom.size()), params,
-             {&bottom, &top}, [&](const Kernels::CompositSet& s, Bytes& dst) {
-                 s.composit(C(dst), inPlace ? C(dst) : C(bottom), C(top), count);
+    const int routine = in.Range(0, 2), into = in.Range(0, 2);
+    const std::uint32_t colour = in.Pel();
+    const Bytes bottom = KindRow(in, count), top = KindRow(in, count);
+    const char* names[] = {"composit", "compositOnOpaque", "compositColourOn"};
+    char params[80];
+    std::snprintf(params, sizeof params, "count %d into %d colour %08x", count, into, colour);
+    const Bytes& initial = into == 1 ? bottom : into == 2 ? top : Bytes(bottom.size());
+    EverySet("composit", names[routine], sets, n, initial, params, {&bottom, &top},
+             [&](const Kernels::CompositSet& s, Bytes& dst) {
+                 const char* b = into == 1 ? C(dst) : C(bottom);
+                 const char* t = into == 2 ? C(dst) : C(top);
+                 if (routine == 0)
+                     s.composit(C(dst), b, t, count);
+                 else if (routine == 1)
+                     s.compositOnOpaque(C(dst), b, t, count);
+                 else
+                     s.compositColourOn(C(dst), b, count, colour);
              });
 }
 

@@ -538,6 +538,44 @@ FLOWER_BLOCK V HighPelWords(V v)
 }
 #endif
 
+// LowPelWords and HighPelWords with 0 in each pel's alpha lane (word 3): a
+// product with them leaves the alpha free for another value.
+#if defined(__AVX2__)
+FLOWER_BLOCK V ColourPelWords(V v, u32 first, u32 second)
+{
+    V pick{};
+    for (int i = 0; i < kPels; ++i)
+        pick[i] = ((i & 2) != 0 ? second : first) | ((i & 1) != 0 ? 0x80800000u : 0u);
+    return V(FLOWER_X(shuffle_epi8)(X(v), X(pick)));
+}
+
+FLOWER_BLOCK V LowPelColourWords(V v)
+{
+    return ColourPelWords(v, 0x01000100u, 0x05040504u);
+}
+
+FLOWER_BLOCK V HighPelColourWords(V v)
+{
+    return ColourPelWords(v, 0x09080908u, 0x0D0C0D0Cu);
+}
+#else
+// Lanes 1 and 3 of each block hold words 2 and 3 of a pel.
+FLOWER_BLOCK V WithoutWord3(V words)
+{
+    return words & ~((Ramp32() & 1u) * 0xFFFF0000u);
+}
+
+FLOWER_BLOCK V LowPelColourWords(V v)
+{
+    return WithoutWord3(LowPelWords(v));
+}
+
+FLOWER_BLOCK V HighPelColourWords(V v)
+{
+    return WithoutWord3(HighPelWords(v));
+}
+#endif
+
 // Pel k of each block in all four of its lanes.
 template <int k> FLOWER_BLOCK V SpreadPel(V v)
 {
@@ -718,6 +756,16 @@ FLOWER_BLOCK V LowPelWords(V v)
 FLOWER_BLOCK V HighPelWords(V v)
 {
     return PickBytes(v, 0x09080908u, 0x09080908u, 0x0D0C0D0Cu, 0x0D0C0D0Cu);
+}
+
+FLOWER_BLOCK V LowPelColourWords(V v)
+{
+    return PickBytes(v, 0x01000100u, 0xFFFF0100u, 0x05040504u, 0xFFFF0504u);
+}
+
+FLOWER_BLOCK V HighPelColourWords(V v)
+{
+    return PickBytes(v, 0x09080908u, 0xFFFF0908u, 0x0D0C0D0Cu, 0xFFFF0D0Cu);
 }
 
 template <int k> FLOWER_BLOCK V SpreadPel(V v)

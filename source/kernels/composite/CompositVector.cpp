@@ -17,56 +17,64 @@ namespace Kernels {
 namespace FLOWER_KERNEL_TARGET {
 namespace {
 
-// (tc * ta + bc * w + bias) * adt[A] >> 16 per 16-bit lane; the pel's
-// weights come spread over its four lanes. The sum is at most 255 * A + 128,
-// and A >= 2 on every pel the composite keeps (A = 1 needs one alpha 0, and
-// those pels are a source pel as it stands), so the 16-bit mulhi is exact.
-FLOWER_BLOCK V WeightedHalf(V top16, V bottom16, V ta16, V w16, V bias16, V adt16)
-{
-    const V sum = Add16(Add16(Mul16(top16, ta16), Mul16(bottom16, w16)), bias16);
-    return MulHigh16(sum, adt16);
-}
-
 // tc * ta + bc * (255 - ta) rounded by DivideBy255, alpha 255: the opaque
 // bottom's branch alone, when no pel needs the table.
-FLOWER_BLOCK V BlendOnOpaque(V top, V bottom)
+FLOWER_BLOCK V BlendOnOpaque(V top, V bottom, V ta)
 {
-    const auto half = [](V top16, V bottom16) {
-        const V tw = SpreadWord3(top16);
+    const auto half = [](V top16, V bottom16, V tw) {
         const V bw = Sub16(Splat16(255), tw);
         return DivideBy255x16(Add16(Mul16(top16, tw), Mul16(bottom16, bw)));
     };
-    const V colour =
-        Pack16(half(LowBytes(top), LowBytes(bottom)), half(HighBytes(top), HighBytes(bottom)));
+    const V colour = Pack16(half(LowBytes(top), LowBytes(bottom), LowPelWords(ta)),
+                            half(HighBytes(top), HighBytes(bottom), HighPelWords(ta)));
     return colour | 0xFF000000u;
 }
 
-// global_adt[a] = 65536 / a truncated, for a = 1..255. One Newton step takes the
-// estimate r of 1/a (relative error e below 2^-9) to (1 - e^2) / a, and with the
-// rounding of four float operations 65536.5 * r lies within 0.27 / a of
-// (65536 + 0.5) / a. That is above 65536 / a and below the next multiple of 1 / a,
-// the least step to an integer: its truncation is the table's entry.
-FLOWER_BLOCK V AlphaDivideEntries(V alpha)
+// The same blend with one top colour whose share cc * ca of every channel,
+// and weight 255 - ca, come precomputed in 16-bit lanes.
+FLOWER_BLOCK V BlendColourOnOpaque(V share, V weight, V bottom)
 {
-    const F a = ToFloat(MaxUnsigned32(alpha, Splat32(1)));
-    const F r = ReciprocalBelow(a);
-    return Truncate(r * (SplatF(2.0f) - a * r) * SplatF(65536.5f));
+    const V lo = DivideBy255x16(Add16(share, Mul16(LowBytes(bottom), weight)));
+    const V hi = DivideBy255x16(Add16(share, Mul16(HighBytes(bottom), weight)));
+    return Pack16(lo, hi) | 0xFF000000u;
 }
 
-// Both weighted branches of CompositPel on every pel. The weights are formed
-// once per pel in 32-bit lanes, their high 16 bits 0. Kept out of line: its
-// registers and constants would otherwise weigh on the opaque and clear blocks.
-__attribute__((noinline)) V Weighted(V top, V bottom, V ta, V ba)
+// global_adt[a] = 65536 / a truncated, for a = 1..255. The quotient in single
+// precision is correctly rounded, within 2^-9 of 65536 / a for a >= 2, while a
+// quotient that is not an integer lies at least 1 / 255 above the one below:
+// truncation gives the table's entry.
+FLOWER_BLOCK V AlphaDivideEntries(V alpha)
 {
-    const V w = DivideBy255x16(Mul16(ba, Splat32(255) - ta)) & 0xFFFFu;
+    return Truncate(SplatF(65536.0f) / ToFloat(alpha));
+}
+
+// (tc * ta + bc * w + bias) * adt[A] >> 16 per 16-bit lane, the bias 128 on
+// opaque bottoms. The sum is at most 255 * A + 128, and A >= 2 on every pel
+// the composite keeps (A = 1 needs one alpha 0, and those pels are a source
+// pel as it stands), so the 16-bit mulhi is exact.
+//
+// Both weighted branches of CompositPel on every pel; with no opaque bottom
+// in the block (kOpaqueBottoms false) the rounding term is left out, and no
+// alpha is below 2. Otherwise clear pels, replaced later, may have alpha 0,
+// which the divisor is kept from. The weights are formed once per pel in
+// 32-bit lanes whose high 16 bits stay 0: DivideBy255x16 takes 0 + 128 there
+// to 0. The reciprocals' alpha lanes are 0, leaving the alpha byte free.
+template <bool kOpaqueBottoms> FLOWER_BLOCK V Weighted(V top, V bottom, V ta, V ba)
+{
+    const V w = DivideBy255x16(Mul16(ba, Splat32(255) - ta));
     const V alpha = ta + w;
-    const V adt = AlphaDivideEntries(alpha);
-    const V bias = Keep(Eq32(ba, Splat32(255)), Splat32(128));
-    const V lo = WeightedHalf(LowBytes(top), LowBytes(bottom), LowPelWords(ta), LowPelWords(w),
-                              LowPelWords(bias), LowPelWords(adt));
-    const V hi = WeightedHalf(HighBytes(top), HighBytes(bottom), HighPelWords(ta),
-                              HighPelWords(w), HighPelWords(bias), HighPelWords(adt));
-    return WithAlphas(Pack16(lo, hi), alpha);
+    const V adt = AlphaDivideEntries(kOpaqueBottoms ? MaxUnsigned32(alpha, Splat32(1)) : alpha);
+    V lo = Add16(Mul16(LowBytes(top), LowPelWords(ta)), Mul16(LowBytes(bottom), LowPelWords(w)));
+    V hi =
+        Add16(Mul16(HighBytes(top), HighPelWords(ta)), Mul16(HighBytes(bottom), HighPelWords(w)));
+    if (kOpaqueBottoms) {
+        const V bias = Keep(Eq32(ba, Splat32(255)), Splat32(128));
+        lo = Add16(lo, LowPelWords(bias));
+        hi = Add16(hi, HighPelWords(bias));
+    }
+    const V colour =
+        Pack16(MulHigh16(lo, LowPelColourWords(adt)), MulHigh16(hi, HighPelColourWords(adt)));
+    return colour | alpha << 24;
 }
 
 // The pels of a block's result that are a source pel as it stands.
@@ -74,19 +82,44 @@ struct Unchanged {
     PelMask top{}, bottom{};
 };
 
-FLOWER_BLOCK V Composit(V top, V bottom, Unchanged& same)
+// CompositPel on a block, by kinds of blocks. An opaque top is the result
+// whatever lies beneath: `bottomOf()` is not read. A clear top leaves the
+// bottom but where that is clear too. With no pel opaque or clear on either
+// side, the bulk of translucent layers, every pel takes the division. Over an
+// opaque bottom the rounded blend is exact for any top alpha, 0 and 255
+// included.
+template <class Bottom> FLOWER_BLOCK V Composit(V top, Bottom bottomOf, Unchanged& same)
 {
     const V ta = Alphas(top);
-    const V ba = Alphas(bottom);
-    same.top = Or(Eq32(ta, Splat32(255)), Eq32(ba, V{}));
-    if (All(same.top)) // opaque text, and clear over clear
+    const PelMask opaqueTop = Eq32(ta, Splat32(255));
+    if (All(opaqueTop)) {
+        same.top = AllPels();
         return top;
-    same.bottom = AndNot(same.top, Eq32(ta, V{})); // gaps between glyphs over a picture
-    V out = bottom;
+    }
+    const V bottom = bottomOf();
+    const V ba = Alphas(bottom);
+    const PelMask clearTop = Eq32(ta, V{});
+    const PelMask clearBottom = Eq32(ba, V{});
+    if (All(clearTop)) {
+        same.top = clearBottom;
+        same.bottom = AndNot(clearBottom, AllPels());
+        return Select(clearBottom, top, bottom);
+    }
+    const PelMask opaqueBottom = Eq32(ba, Splat32(255));
+    if (None(Or(Or(opaqueTop, clearBottom), Or(clearTop, opaqueBottom))))
+        return Weighted<false>(top, bottom, ta, ba);
+    if (All(opaqueBottom))
+        return BlendOnOpaque(top, bottom, ta);
+    same.top = Or(opaqueTop, clearBottom);
+    same.bottom = AndNot(same.top, clearTop);
     const PelMask unchanged = Or(same.top, same.bottom);
+    if (All(same.top)) // clear over clear
+        return top;
+    V out = bottom;
     if (!All(unchanged)) {
-        const bool translucent = !All(Or(unchanged, Eq32(ba, Splat32(255))));
-        const V mixed = translucent ? Weighted(top, bottom, ta, ba) : BlendOnOpaque(top, bottom);
+        const bool translucent = !All(Or(unchanged, opaqueBottom));
+        const V mixed =
+            translucent ? Weighted<true>(top, bottom, ta, ba) : BlendOnOpaque(top, bottom, ta);
         out = Select(same.bottom, bottom, mixed);
     }
     return Select(same.top, top, out);
@@ -95,21 +128,7 @@ FLOWER_BLOCK V Composit(V top, V bottom, Unchanged& same)
 FLOWER_BLOCK V Composit(V top, V bottom)
 {
     Unchanged same;
-    return Composit(top, bottom, same);
-}
-
-// Top alpha 0 keeps the bottom, 255 the top; the rest blends with alpha 255.
-FLOWER_BLOCK V OnOpaque(V top, V bottom, Unchanged& same)
-{
-    const V ta = Alphas(top);
-    same.top = Eq32(ta, Splat32(255));
-    if (All(same.top))
-        return top;
-    same.bottom = Eq32(ta, V{});
-    V out = bottom;
-    if (!All(Or(same.top, same.bottom)))
-        out = Select(same.bottom, bottom, BlendOnOpaque(top, bottom));
-    return Select(same.top, top, out);
+    return Composit(top, [bottom] { return bottom; }, same);
 }
 
 // FadePelAlpha: alpha * opacity <= 65025 fits the low 16 bits of each lane.
@@ -137,40 +156,63 @@ template <class Block, class Tail> void ForBlocks(int count, Block block, Tail t
         tail(std::ptrdiff_t(i) * 4, count - i);
 }
 
+// Which source row, if any, is the destination row.
+enum class Into { kNew, kBottom, kTop };
+
 // Pels equal to the destination row's own need not be stored again.
-PelMask Changed(const char* dst, const char* bottom, const char* top, Unchanged same)
+template <Into kInto> FLOWER_BLOCK PelMask Changed(Unchanged same)
 {
-    return dst == bottom ? AndNot(same.bottom, AllPels())
-           : dst == top  ? AndNot(same.top, AllPels())
-                         : AllPels();
+    return kInto == Into::kBottom ? AndNot(same.bottom, AllPels())
+           : kInto == Into::kTop  ? AndNot(same.top, AllPels())
+                                  : AllPels();
 }
 
-void CompositRow(char* dst, const char* bottom, const char* top, int count)
+// One loop per destination, each free of the others' tests.
+template <Into kInto> void CompositInto(char* dst, const char* bottom, const char* top, int count)
 {
-    const auto tail = [=](std::ptrdiff_t at, int n) {
-        Scalar::Composit(dst + at, bottom + at, top + at, n);
-    };
-    if (dst != bottom && dst != top)
-        return ForBlocks(
-            count, [=](int i) { Store(dst, i, Composit(Load(top, i), Load(bottom, i))); }, tail);
     ForBlocks(
         count,
         [=](int i) {
             Unchanged same;
-            const V out = Composit(Load(top, i), Load(bottom, i), same);
-            StoreWhere(dst, i, out, Changed(dst, bottom, top, same));
+            const V out = Composit(Load(top, i), [=] { return Load(bottom, i); }, same);
+            StoreWhere(dst, i, out, Changed<kInto>(same));
         },
-        tail);
+        [=](std::ptrdiff_t at, int n) { Scalar::Composit(dst + at, bottom + at, top + at, n); });
 }
 
+void CompositRow(char* dst, const char* bottom, const char* top, int count)
+{
+    if (dst == bottom)
+        return CompositInto<Into::kBottom>(dst, bottom, top, count);
+    if (dst == top)
+        return CompositInto<Into::kTop>(dst, bottom, top, count);
+    CompositInto<Into::kNew>(dst, bottom, top, count);
+}
+
+// Top alpha 0 keeps the bottom, 255 the top; the rest blends with alpha 255,
+// which gives the top for 255 too. Neither kind of whole block needs the
+// bottom read unless it is to be copied.
 void OnOpaqueRow(char* dst, const char* bottom, const char* top, int count)
 {
     ForBlocks(
         count,
         [=](int i) {
-            Unchanged same;
-            const V out = OnOpaque(Load(top, i), Load(bottom, i), same);
-            StoreWhere(dst, i, out, Changed(dst, bottom, top, same));
+            const V t = Load(top, i);
+            const V ta = Alphas(t);
+            const PelMask opaqueTop = Eq32(ta, Splat32(255));
+            if (All(opaqueTop)) {
+                if (dst != top)
+                    Store(dst, i, t);
+                return;
+            }
+            const PelMask clearTop = Eq32(ta, V{});
+            if (All(clearTop)) {
+                if (dst != bottom)
+                    Store(dst, i, Load(bottom, i));
+                return;
+            }
+            const V b = Load(bottom, i);
+            Store(dst, i, Select(clearTop, b, BlendOnOpaque(t, b, ta)));
         },
         [=](std::ptrdiff_t at, int n) {
             Scalar::CompositOnOpaque(dst + at, bottom + at, top + at, n);
@@ -185,17 +227,36 @@ void OnColourRow(char* dst, const char* top, int count, u32 colour)
         [=](std::ptrdiff_t at, int n) { Scalar::CompositOnColour(dst + at, top + at, n, colour); });
 }
 
-void ColourOnRow(char* dst, const char* bottom, int count, u32 colour)
+// The colour's share of every channel, cc * ca, is the same in every block.
+FLOWER_BLOCK V ColourShare(u32 colour)
 {
-    const V top = Splat32(colour);
-    ForBlocks(
-        count, [=](int i) { Store(dst, i, Composit(top, Load(bottom, i))); },
-        [=](std::ptrdiff_t at, int n) {
-            Scalar::CompositColourOn(dst + at, bottom + at, n, colour);
-        });
+    return Mul16(LowBytes(Splat32(colour)), Splat16(u16(colour >> 24)));
 }
 
-// The colour's share of every channel, cc * ca, is the same in every block.
+// An opaque colour is the result everywhere; otherwise blocks of opaque
+// bottoms, a colour over a picture, take the blend with the colour's share.
+void ColourOnRow(char* dst, const char* bottom, int count, u32 colour)
+{
+    const auto tail = [=](std::ptrdiff_t at, int n) {
+        Scalar::CompositColourOn(dst + at, bottom + at, n, colour);
+    };
+    const V top = Splat32(colour);
+    const u32 ca = colour >> 24;
+    if (ca == 255u)
+        return ForBlocks(count, [=](int i) { Store(dst, i, top); }, tail);
+    const V share = ColourShare(colour);
+    const V weight = Splat16(u16(255u - ca));
+    ForBlocks(
+        count,
+        [=](int i) {
+            const V b = Load(bottom, i);
+            if (All(Eq32(Alphas(b), Splat32(255))))
+                return Store(dst, i, BlendColourOnOpaque(share, weight, b));
+            Store(dst, i, Composit(top, b));
+        },
+        tail);
+}
+
 void ColourOnOpaqueRow(char* dst, const char* bottom, int count, u32 colour)
 {
     const auto tail = [=](std::ptrdiff_t at, int n) {
@@ -207,16 +268,10 @@ void ColourOnOpaqueRow(char* dst, const char* bottom, int count, u32 colour)
         return ForBlocks(
             count, [=](int i) { Store(dst, i, ca == 0u ? Load(bottom, i) : top); }, tail);
     }
-    const V share = Mul16(LowBytes(Splat32(colour)), Splat16(u16(ca)));
+    const V share = ColourShare(colour);
     const V weight = Splat16(u16(255u - ca));
     ForBlocks(
-        count,
-        [=](int i) {
-            const V pels = Load(bottom, i);
-            const V lo = DivideBy255x16(Add16(share, Mul16(LowBytes(pels), weight)));
-            const V hi = DivideBy255x16(Add16(share, Mul16(HighBytes(pels), weight)));
-            Store(dst, i, Pack16(lo, hi) | 0xFF000000u);
-        },
+        count, [=](int i) { Store(dst, i, BlendColourOnOpaque(share, weight, Load(bottom, i))); },
         tail);
 }
 
