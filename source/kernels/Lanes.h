@@ -54,6 +54,13 @@ constexpr int kBytes = 32;
 constexpr int kBytes = 16;
 #endif
 constexpr int kPels = kBytes / 4;
+// Whether a float division costs less than a reciprocal estimate, a product and a
+// correction: on AVX-512 machines it takes several times as long.
+#if defined(__AVX512BW__)
+constexpr bool kFastDivideF = false;
+#else
+constexpr bool kFastDivideF = true;
+#endif
 // Whether 32-bit lane products are one instruction; SSE2 builds them from
 // several, which loses to the scalar loop where that returns early.
 #if defined(__AVX2__) || defined(FLOWER_LANES_NEON)

@@ -2,9 +2,11 @@
 //
 // The straight filter divides per channel: (C1*e1 + C0*e0) / sum with sum <= 65280 and a
 // numerator <= 255*sum, both below 2^24, so floats hold every product, sum and remainder
-// exactly. One reciprocal per pel, a little below 1/sum, serves the three channels: the
-// product then undershoots the quotient by less than 1, its truncation is the quotient or
-// one less, and the remainder num - q*sum tells which.
+// exactly. Where the target divides floats fast, the rounded quotient truncates to the
+// integer one: a quotient k + r/sum with r >= 1 lies at least 1/sum below k + 1, beyond the
+// rounding error (k + 1)*2^-24 < 1/sum. Elsewhere one reciprocal per pel, a little below
+// 1/sum, serves the three channels: the product then undershoots the quotient by less than
+// 1, its truncation is the quotient or one less, and the remainder num - q*sum tells which.
 //
 // Gradient levels run in 32-bit lanes where Kernels::GradientFitsLanes allows: lane k of a
 // block holds min(L + k*step, 0x10000), which is the running level once L is at most the
@@ -23,12 +25,23 @@ bool FractionInRange(int fraction)
     return fraction >= 0 && fraction <= 256;
 }
 
+// The divisors of a block's pels, with the reciprocals where the target needs them.
+struct Divisor {
+    FLOWER_BLOCK explicit Divisor(F divisors)
+        : sum(divisors), reciprocal(kFastDivideF ? divisors : ReciprocalBelow(divisors))
+    {
+    }
+    F sum, reciprocal;
+};
+
 // (C1*e1 + C0*e0) / sum for one colour channel; sum is never 0 here.
-template <int kByte> FLOWER_BLOCK V Quotient(V s0, V s1, F e0, F e1, F sum, F reciprocal)
+template <int kByte> FLOWER_BLOCK V Quotient(V s0, V s1, F e0, F e1, const Divisor& d)
 {
     const F num = ToFloat(PelByte<kByte>(s1)) * e1 + ToFloat(PelByte<kByte>(s0)) * e0;
-    const V q = Truncate(num * reciprocal);
-    return AddOneWhere(GreaterEqualF(num - ToFloat(q) * sum, sum), q);
+    if (kFastDivideF)
+        return Truncate(num / d.sum);
+    const V q = Truncate(num * d.reciprocal);
+    return AddOneWhere(GreaterEqualF(num - ToFloat(q) * d.sum, d.sum), q);
 }
 
 // The alpha-weighted terms of a pair: e0 = A0*w0, e1 = A1*w1 and their sum. A*w is at most
@@ -46,17 +59,16 @@ FLOWER_BLOCK V WithFilteredAlpha(V colour, V sum)
     return Keep(NonZero32(sum), WithAlphas(colour, sum >> 8));
 }
 
-// The straight filter with in-range weights, dividing in every lane.
+// The straight filter with in-range weights, dividing in every lane. A lane whose sum is
+// 0 has weights 0 and a numerator 0: divided by 1, it comes out clear by itself.
 FLOWER_BLOCK V Straight(V s0, V s1, const Terms& t)
 {
-    // Lanes with sum 0 divide by 1 and are cleared below.
-    const F fsum = ToFloat(MaxUnsigned32(t.sum, Splat32(1)));
-    const F reciprocal = ReciprocalBelow(fsum);
+    const Divisor d(ToFloat(MaxUnsigned32(t.sum, Splat32(1))));
     const F fe0 = ToFloat(t.e0), fe1 = ToFloat(t.e1);
-    const V b = Quotient<0>(s0, s1, fe0, fe1, fsum, reciprocal);
-    const V g = Quotient<1>(s0, s1, fe0, fe1, fsum, reciprocal);
-    const V r = Quotient<2>(s0, s1, fe0, fe1, fsum, reciprocal);
-    return WithFilteredAlpha(b | g << 8 | r << 16, t.sum);
+    const V b = Quotient<0>(s0, s1, fe0, fe1, d);
+    const V g = Quotient<1>(s0, s1, fe0, fe1, d);
+    const V r = Quotient<2>(s0, s1, fe0, fe1, d);
+    return b | g << 8 | r << 16 | (t.sum >> 8) << 24;
 }
 
 // (X1*wNext + X0*wCur) >> 8 per channel in 16-bit lanes, where the two products sum to at
@@ -95,13 +107,12 @@ FLOWER_BLOCK V StraightFilter(V s0, V s1, const Weights& w)
     }
     const Terms terms(a0, a1, w.w0, w.w1);
     const PelMask copies = Or(Eq32(Mul16(a0, a1), V{}), Eq32((s0 ^ s1) << 8, V{}));
+    if (!All(Or(copies, equalAlphas)))
+        return Straight(s0, s1, terms);
     const V copied = Select(Eq32(a0, V{}), s1, s0);
     if (All(copies))
         return WithFilteredAlpha(copied, terms.sum);
-    if (All(Or(copies, equalAlphas)))
-        return WithFilteredAlpha(Select(equalAlphas, Lerp(s0, s1, w.cur, w.next), copied),
-                                 terms.sum);
-    return Straight(s0, s1, terms);
+    return WithFilteredAlpha(Select(equalAlphas, Lerp(s0, s1, w.cur, w.next), copied), terms.sum);
 }
 
 // v / 256, truncating toward zero.
