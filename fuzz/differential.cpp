@@ -126,7 +126,14 @@ void CrawlFamily(Fuzz::Input& in)
     const int count = in.Range(0, kMaxCount);
     // Any fraction: the formulas are defined in wrapping weights for all of them.
     const int fraction = in.Bool() ? in.Range(0, 256) : int(in.U32());
-    const Bytes src = Row(in, count, 1);
+    Bytes src = Row(in, count, 1);
+    // Text of one colour: the colours of the translucent and opaque pels are masked down to
+    // a few values, so that whole blocks keep one colour across their edges.
+    const std::uint32_t palette = in.Bool() ? in.U32() & 0x010101u : 0xFFFFFFu;
+    for (std::size_t i = 0; i < src.size(); i += 4)
+        if (src[i + 3] != 0)
+            for (std::size_t c = 0; c < 3; ++c)
+                src[i + c] &= std::uint8_t(palette >> (8 * c));
     char params[64];
     std::snprintf(params, sizeof params, "count %d fraction %d", count, fraction);
     EverySet(

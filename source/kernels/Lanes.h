@@ -54,6 +54,13 @@ constexpr int kBytes = 32;
 constexpr int kBytes = 16;
 #endif
 constexpr int kPels = kBytes / 4;
+// Whether a float division costs less than a reciprocal estimate, a product and a
+// correction: on AVX-512 machines it takes several times as long.
+#if defined(__AVX512BW__)
+constexpr bool kFastDivideF = false;
+#else
+constexpr bool kFastDivideF = true;
+#endif
 // Whether 32-bit lane products are one instruction; SSE2 builds them from
 // several, which loses to the scalar loop where that returns early.
 #if defined(__AVX2__) || defined(FLOWER_LANES_NEON)
@@ -256,6 +263,12 @@ FLOWER_BLOCK V Keep(PelMask m, V ifSet)
     return V(_mm512_maskz_mov_epi32(m, __m512i(ifSet)));
 }
 
+// v + 1 where m is set.
+FLOWER_BLOCK V AddOneWhere(PelMask m, V v)
+{
+    return V(_mm512_mask_add_epi32(__m512i(v), m, __m512i(v), _mm512_set1_epi32(1)));
+}
+
 // Stores the pels of m; the others may be rewritten with what the row holds.
 FLOWER_BLOCK void StoreWhere(char* row, int index, V pels, PelMask m)
 {
@@ -315,6 +328,12 @@ FLOWER_BLOCK V Select(PelMask m, V ifSet, V ifClear)
 FLOWER_BLOCK V Keep(PelMask m, V ifSet)
 {
     return m & ifSet;
+}
+
+// A set lane is all ones, which is -1.
+FLOWER_BLOCK V AddOneWhere(PelMask m, V v)
+{
+    return v - m;
 }
 
 FLOWER_BLOCK void StoreWhere(char* row, int index, V pels, PelMask m)

@@ -91,6 +91,42 @@ TEST(CrawlKernels, EveryVariantMatchesScalarForEveryAlphaPairAndFraction)
     }
 }
 
+// Lines of title text: glyphs of one colour with anti-aliased edges between clear gaps of
+// junk colour, now and then a run of one alpha in many colours, and a new text colour.
+// Every block kind meets every other at every fraction, both ends included.
+TEST(CrawlKernels, EveryVariantMatchesScalarOnTitleText)
+{
+    const std::vector<const CrawlSet*> sets = Sets();
+    support::Rng rng(17);
+    std::vector<u32> src;
+    u32 colour = 0xF0F0F0;
+    while (src.size() < 4001) {
+        const u32 kind = rng.Below(16), run = 1 + rng.Below(kind < 8 ? 24 : 3);
+        if (kind == 15)
+            colour = rng.Next() & 0xFFFFFF;
+        const u32 alpha = kind < 4                 ? 0
+                          : kind < 8 || kind == 14 ? 255
+                          : kind < 14              ? 1 + rng.Below(254)
+                                                   : rng.Next();
+        for (u32 i = 0; i < run; ++i) {
+            const u32 rgb = kind < 4 || kind == 14 ? rng.Next() : colour;
+            src.push_back((alpha & 0xFF) << 24 | (rgb & 0xFFFFFF));
+        }
+    }
+    const int count = int(src.size()) - 1;
+    std::vector<u32> want(std::size_t(count) + 0), got = want;
+    const char* in = reinterpret_cast<const char*>(src.data());
+    for (int f : {0, 1, 77, 128, 255, 256})
+        for (std::size_t i = 1; i < sets.size(); ++i) {
+            sets[0]->subpix(reinterpret_cast<char*>(want.data()), in, count, f);
+            sets[i]->subpix(reinterpret_cast<char*>(got.data()), in, count, f);
+            ASSERT_TRUE(want == got) << sets[i]->name << " fraction " << f;
+            sets[0]->subpixGradient(reinterpret_cast<char*>(want.data()), in, count, f, 0, 16);
+            sets[i]->subpixGradient(reinterpret_cast<char*>(got.data()), in, count, f, 0, 16);
+            ASSERT_TRUE(want == got) << sets[i]->name << " gradient, fraction " << f;
+        }
+}
+
 // Levels and steps: the ceiling reached mid-row and from above, negative levels and
 // steps, levels falling past the 32-bit lanes' floor and past int itself.
 struct Gradient {

@@ -2,9 +2,11 @@
 //
 // The straight filter divides per channel: (C1*e1 + C0*e0) / sum with sum <= 65280 and a
 // numerator <= 255*sum, both below 2^24, so floats hold every product, sum and remainder
-// exactly. One reciprocal per pel, a little below 1/sum, serves the three channels: the
-// product then undershoots the quotient by less than 1, its truncation is the quotient or
-// one less, and the remainder num - q*sum tells which.
+// exactly. Where the target divides floats fast, the rounded quotient truncates to the
+// integer one: a quotient k + r/sum with r >= 1 lies at least 1/sum below k + 1, beyond the
+// rounding error (k + 1)*2^-24 < 1/sum. Elsewhere one reciprocal per pel, a little below
+// 1/sum, serves the three channels: the product then undershoots the quotient by less than
+// 1, its truncation is the quotient or one less, and the remainder num - q*sum tells which.
 //
 // Gradient levels run in 32-bit lanes where Kernels::GradientFitsLanes allows: lane k of a
 // block holds min(L + k*step, 0x10000), which is the running level once L is at most the
@@ -23,30 +25,50 @@ bool FractionInRange(int fraction)
     return fraction >= 0 && fraction <= 256;
 }
 
+// The divisors of a block's pels, with the reciprocals where the target needs them.
+struct Divisor {
+    FLOWER_BLOCK explicit Divisor(F divisors)
+        : sum(divisors), reciprocal(kFastDivideF ? divisors : ReciprocalBelow(divisors))
+    {
+    }
+    F sum, reciprocal;
+};
+
 // (C1*e1 + C0*e0) / sum for one colour channel; sum is never 0 here.
-template <int kByte> FLOWER_BLOCK V Quotient(V s0, V s1, F e0, F e1, F sum, F reciprocal)
+template <int kByte> FLOWER_BLOCK V Quotient(V s0, V s1, F e0, F e1, const Divisor& d)
 {
     const F num = ToFloat(PelByte<kByte>(s1)) * e1 + ToFloat(PelByte<kByte>(s0)) * e0;
-    const V q = Truncate(num * reciprocal);
-    const PelMask under = GreaterEqualF(num - ToFloat(q) * sum, sum);
-    return q + Keep(under, Splat32(1));
+    if (kFastDivideF)
+        return Truncate(num / d.sum);
+    const V q = Truncate(num * d.reciprocal);
+    return AddOneWhere(GreaterEqualF(num - ToFloat(q) * d.sum, d.sum), q);
 }
 
-// The straight filter with in-range weights w0 = 256 - f, w1 = f in 32-bit lanes. A*w is at
-// most 65280, so a 16-bit multiply of the low halves gives it whole.
-FLOWER_BLOCK V Straight(V s0, V s1, V w0, V w1)
+// The alpha-weighted terms of a pair: e0 = A0*w0, e1 = A1*w1 and their sum. A*w is at most
+// 65280, so a 16-bit multiply of the low halves gives it whole.
+struct Terms {
+    FLOWER_BLOCK Terms(V a0, V a1, V w0, V w1) : e0(Mul16(a0, w0)), e1(Mul16(a1, w1)), sum(e0 + e1)
+    {
+    }
+    V e0, e1, sum;
+};
+
+// The filtered alpha, (sum >> 8) & 255, over `colour`; all zero where the sum is.
+FLOWER_BLOCK V WithFilteredAlpha(V colour, V sum)
 {
-    const V e0 = Mul16(Alphas(s0), w0);
-    const V e1 = Mul16(Alphas(s1), w1);
-    const V sum = e0 + e1;
-    // Lanes with sum 0 divide by 1 and are cleared below.
-    const F fsum = ToFloat(MaxUnsigned32(sum, Splat32(1)));
-    const F reciprocal = ReciprocalBelow(fsum);
-    const F fe0 = ToFloat(e0), fe1 = ToFloat(e1);
-    const V b = Quotient<0>(s0, s1, fe0, fe1, fsum, reciprocal);
-    const V g = Quotient<1>(s0, s1, fe0, fe1, fsum, reciprocal);
-    const V r = Quotient<2>(s0, s1, fe0, fe1, fsum, reciprocal);
-    return Keep(NonZero32(sum), b | g << 8 | r << 16 | (sum >> 8) << 24);
+    return Keep(NonZero32(sum), WithAlphas(colour, sum >> 8));
+}
+
+// The straight filter with in-range weights, dividing in every lane. A lane whose sum is
+// 0 has weights 0 and a numerator 0: divided by 1, it comes out clear by itself.
+FLOWER_BLOCK V Straight(V s0, V s1, const Terms& t)
+{
+    const Divisor d(ToFloat(MaxUnsigned32(t.sum, Splat32(1))));
+    const F fe0 = ToFloat(t.e0), fe1 = ToFloat(t.e1);
+    const V b = Quotient<0>(s0, s1, fe0, fe1, d);
+    const V g = Quotient<1>(s0, s1, fe0, fe1, d);
+    const V r = Quotient<2>(s0, s1, fe0, fe1, d);
+    return b | g << 8 | r << 16 | (t.sum >> 8) << 24;
 }
 
 // (X1*wNext + X0*wCur) >> 8 per channel in 16-bit lanes, where the two products sum to at
@@ -69,16 +91,28 @@ struct Weights {
     V w0, w1, cur, next;
 };
 
-// Blocks by kind, cheapest first: clear pairs give clear pels; equal alphas take a filter to
-// a*N / (256*a), the plain lerp N / 256, so blocks inside glyphs need no division either;
-// only blocks with an edge pay for it.
+// Blocks by kind, cheapest first; only blocks with a pair of each kind's exception pay
+// for the division.
+//  - Equal alphas a: the filter is a*N / (256*a), the plain lerp N / 256 (clear pairs give
+//    clear pels). This covers the inside of glyphs, the gaps between them, opaque pictures.
+//  - One pel clear, or both of one colour C: C*e / e and (C*e0 + C*e1) / sum are C, so the
+//    colour is a copy. This covers the anti-aliased edges of single-colour text.
 FLOWER_BLOCK V StraightFilter(V s0, V s1, const Weights& w)
 {
     const V a0 = Alphas(s0), a1 = Alphas(s1);
-    if (!All(Eq32(a0, a1)))
-        return Straight(s0, s1, w.w0, w.w1);
-    const PelMask covered = NonZero32(a0);
-    return None(covered) ? V{} : Keep(covered, Lerp(s0, s1, w.cur, w.next));
+    const PelMask equalAlphas = Eq32(a0, a1);
+    if (All(equalAlphas)) {
+        const PelMask covered = NonZero32(a0);
+        return None(covered) ? V{} : Keep(covered, Lerp(s0, s1, w.cur, w.next));
+    }
+    const Terms terms(a0, a1, w.w0, w.w1);
+    const PelMask copies = Or(Eq32(Mul16(a0, a1), V{}), Eq32((s0 ^ s1) << 8, V{}));
+    if (!All(Or(copies, equalAlphas)))
+        return Straight(s0, s1, terms);
+    const V copied = Select(Eq32(a0, V{}), s1, s0);
+    if (All(copies))
+        return WithFilteredAlpha(copied, terms.sum);
+    return WithFilteredAlpha(Select(equalAlphas, Lerp(s0, s1, w.cur, w.next), copied), terms.sum);
 }
 
 // v / 256, truncating toward zero.
