@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <set>
-#include <string>
 #include <tuple>
 #include <vector>
 
@@ -178,25 +177,6 @@ TEST(Contour, WorkedShapesGiveExactLoops)
     Channel* noData = CreateCompatibleChannel(4, 4, nullptr);
     EXPECT_EQ(CreateContourFromChannel(noData, 1), nullptr);
     DeleteChannel(noData);
-}
-
-// Boards of every parity are one 8-connected region; the glyph has an outline,
-// two counters and a lone dot.
-TEST(Contour, CheckerboardAndGlyphFollowTheConnectivityRules)
-{
-    for (int size : {2, 3, 4, 7, 8}) {
-        Ints board;
-        for (int i = 0; i < size * size; ++i)
-            board.push_back((i / size + i % size) & 1 ? 0 : 255);
-        ExpectValidOutline(board, size, size, 128);
-    }
-    const std::string glyph = "#####..#....#.#....#.#####..#....#.#....#.#####...............#";
-    Ints samples;
-    for (char c : glyph)
-        samples.push_back(c == '#' ? 255 : 0);
-    const auto loops = ExpectValidOutline(samples, 7, 9, 128);
-    ASSERT_EQ(loops.size(), 4u);
-    EXPECT_EQ(TwiceArea(loops[3]), 2);
 }
 
 TEST(Contour, RandomChannelsOfManySizesAndDensities)

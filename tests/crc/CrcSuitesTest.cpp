@@ -20,7 +20,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
+#include <string>
 #include <vector>
 
 namespace {
@@ -86,12 +86,6 @@ struct Block {
     }
     int Pitch() const { return stride * 4; }
     u32 Crc() const { return Crc32(pels.data(), pels.size() * 4); }
-};
-
-struct Suite {
-    const char* name;
-    u32 cases;
-    u32 (*run)(u32 n);
 };
 
 // --- Row routines of the scanline table -------------------------------------
@@ -413,13 +407,21 @@ u32 ChannelCase(u32 n)
     return crc;
 }
 
+// The recorded sum of each suite over cases 1..cases.
+struct Suite {
+    const char* name;
+    u32 cases;
+    u32 (*run)(u32 n);
+    u32 recorded;
+};
+
 const Suite kSuites[] = {
-    {"stem rows", 30000, StemRowCase},
-    {"buffer operations", 15000, BufferOpCase},
-    {"crawls", 10000, CrawlCase},
-    {"rolls", 6000, RollCase},
-    {"layer operations", 4000, LayerOpCase},
-    {"channels", 6000, ChannelCase},
+    {"StemRows", 30000, StemRowCase, 0x2b6c131bu},
+    {"BufferOperations", 15000, BufferOpCase, 0x21017599u},
+    {"Crawls", 10000, CrawlCase, 0x1f7253b4u},
+    {"Rolls", 6000, RollCase, 0x313e95f5u},
+    {"LayerOperations", 4000, LayerOpCase, 0x29b77541u},
+    {"Channels", 6000, ChannelCase, 0x9b36b181u},
 };
 
 u32 SumOfCases(const Suite& suite, u32 first, u32 last, bool verbose)
@@ -434,48 +436,25 @@ u32 SumOfCases(const Suite& suite, u32 first, u32 last, bool verbose)
     return sum;
 }
 
-class CrcSuites : public ::testing::Test {
-  protected:
-    void SetUp() override { ASSERT_TRUE(FlowerInit()); }
+class CrcSuites : public ::testing::TestWithParam<Suite> {};
 
-    static void Check(const Suite& suite, u32 recorded)
-    {
-        if (const char* range = std::getenv("FLOWER_CRC_CASES")) {
-            unsigned first = 1, last = 0;
-            const int fields = std::sscanf(range, "%u-%u", &first, &last);
-            const u32 sum = SumOfCases(suite, first, fields == 2 ? last : first, true);
-            std::printf("%s sum: %08x\n", suite.name, sum);
-            return;
-        }
-        const u32 sum = SumOfCases(suite, 1, suite.cases, false);
-        EXPECT_EQ(sum, recorded) << suite.name << ": sum " << std::hex << sum << ", recorded "
-                                 << recorded;
+TEST_P(CrcSuites, SumMatchesTheRecordedOne)
+{
+    ASSERT_TRUE(FlowerInit());
+    const Suite& suite = GetParam();
+    if (const char* range = std::getenv("FLOWER_CRC_CASES")) {
+        unsigned first = 1, last = 0;
+        const int fields = std::sscanf(range, "%u-%u", &first, &last);
+        const u32 sum = SumOfCases(suite, first, fields == 2 ? last : first, true);
+        std::printf("%s sum: %08x\n", suite.name, sum);
+        return;
     }
-};
+    const u32 sum = SumOfCases(suite, 1, suite.cases, false);
+    EXPECT_EQ(sum, suite.recorded) << suite.name << ": sum " << std::hex << sum;
+}
 
-TEST_F(CrcSuites, StemRows)
-{
-    Check(kSuites[0], 0x2b6c131bu);
-}
-TEST_F(CrcSuites, BufferOperations)
-{
-    Check(kSuites[1], 0x21017599u);
-}
-TEST_F(CrcSuites, Crawls)
-{
-    Check(kSuites[2], 0x1f7253b4u);
-}
-TEST_F(CrcSuites, Rolls)
-{
-    Check(kSuites[3], 0x313e95f5u);
-}
-TEST_F(CrcSuites, LayerOperations)
-{
-    Check(kSuites[4], 0x29b77541u);
-}
-TEST_F(CrcSuites, Channels)
-{
-    Check(kSuites[5], 0x9b36b181u);
-}
+// Each suite is a test of its own, so CTest runs them side by side.
+INSTANTIATE_TEST_SUITE_P(Suites, CrcSuites, ::testing::ValuesIn(kSuites),
+                         [](const auto& suite) { return std::string(suite.param.name); });
 
 } // namespace

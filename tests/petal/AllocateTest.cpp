@@ -66,10 +66,12 @@ TEST_F(Allocate, DefaultsPackRowsAndRefuseEmptyOrWrappingSizes)
 }
 
 // Failing hooks are passed over silently, they never see their datum, and a
-// null pitch pointer fails before any of them is asked.
+// null pitch pointer fails before any of them is asked. A failing pixel hook
+// falls back to the default pixel allocator, which draws on the buffer hooks.
 TEST_F(Allocate, FailingHooksFallBackToTheCLibrary)
 {
     SetAllocator(FailingHook<false>, &gDatumA, FailingHook<true>);
+    SetPelAllocator(FailingPels<false>, &gDatumA, FailingPels<true>, &gDatumB);
     FreeFunction freeFunction = nullptr;
     void* freeData = &gDatumB;
     EXPECT_EQ(alloc_raw_pels(2, 2, nullptr, &freeFunction, &freeData), nullptr);
@@ -87,9 +89,10 @@ TEST_F(Allocate, FailingHooksFallBackToTheCLibrary)
     }
     EXPECT_EQ(PitchOf(alloc_raw_pels, 3, 2), 12u);
     EXPECT_EQ(PitchOf(alloc_zero_pels, 3, 2), 12u);
-    EXPECT_EQ(Events(), (Strings{"alloc:16", "zero:16", "alloc:0", "zero:0",
-                                 "zero:" + std::to_string(std::uintptr_t(-3)), "alloc:40",
-                                 "zero:40", "alloc:24", "zero:24"}));
+    EXPECT_EQ(Events(),
+              (Strings{"alloc:16", "zero:16", "alloc:0", "zero:0",
+                       "zero:" + std::to_string(std::uintptr_t(-3)), "alloc:40", "zero:40",
+                       "failing-pels:6", "alloc:24", "failing-zero-pels:6", "zero:24"}));
     free_wrapper(nullptr, nullptr);
 }
 
@@ -104,20 +107,6 @@ TEST_F(Allocate, PelHooksGetTheirDataAndNullsRestoreTheDefaults)
     EXPECT_EQ(PitchOf(alloc_raw_pels, 4, 1), 16u);
     EXPECT_EQ(PitchOf(alloc_zero_pels, 4, 1), 16u);
     EXPECT_EQ(Events(), (Strings{"pels:4", "zero-pels:4"}));
-}
-
-// A pixel hook that fails is passed over for the default pixel allocator; a
-// null pitch pointer never reaches the hook at all.
-TEST_F(Allocate, FailingPelHooksFallBackToTheDefaults)
-{
-    SetPelAllocator(FailingPels<false>, &gDatumA, FailingPels<true>, &gDatumB);
-    FreeFunction freeFunction = nullptr;
-    void* freeData = nullptr;
-    EXPECT_EQ(alloc_raw_pels(2, 2, nullptr, &freeFunction, &freeData), nullptr);
-    EXPECT_EQ(alloc_zero_pels(2, 2, nullptr, &freeFunction, &freeData), nullptr);
-    EXPECT_EQ(PitchOf(alloc_raw_pels, 3, 2), 12u);
-    EXPECT_EQ(PitchOf(alloc_zero_pels, 3, 2), 12u);
-    EXPECT_EQ(Events(), (Strings{"failing-pels:6", "failing-zero-pels:6"}));
 }
 
 } // namespace

@@ -11,75 +11,61 @@
 
 namespace {
 
-constexpr std::uint32_t kUntouched = 0x12345678u;
-
-struct Frame {
-    std::vector<std::uint32_t> src, dst;
-    Frame(int lines, int rows, int width)
-        : src(std::size_t(lines) * width, 0xFF808080u), dst(std::size_t(rows) * width, kUntouched)
-    {
-    }
-    bool Untouched() const
-    {
-        for (const std::uint32_t p : dst)
-            if (p != kUntouched)
-                return false;
-        return true;
-    }
-    char* D() { return reinterpret_cast<char*>(dst.data()); }
-    const char* S() const { return reinterpret_cast<const char*>(src.data()); }
-};
-
+constexpr std::uint32_t kUntouched = 0x12345678u, kGrey = 0xFF808080u;
 constexpr int kWidth = 3, kRows = 4, kPitch = kWidth * 4;
 
-TEST(Hardening, SubLineRollsReadingBeforeTheSourceAreRefused)
+enum class Roll { Copy, SubLine, NoFilter };
+
+// Rolls a strip of `lines` grey lines into kRows rows from `start`, `step` lines a row.
+std::vector<std::uint32_t> Rolled(Roll roll, int lines, int start, int step, int period)
 {
-    // Start at line 1 of 4 and step up two lines a row: row 1 would read line -1.
-    Frame f(4, kRows, kWidth);
-    EXPECT_EQ(CEE_RollBlitDataSubPix(f.D(), f.S(), kWidth, kRows, kPitch, kPitch, 1, -2, 0, 4, 0, 0,
-                                     0, kRows, 0),
-              1);
-    EXPECT_TRUE(f.Untouched());
-    EXPECT_EQ(CEE_RollBlitDataSubPixNoFilter(f.D(), f.S(), kWidth, kRows, kPitch, kPitch * 4, 1, -2,
-                                             0, 4, 0, 0, kRows, 0),
-              1);
-    EXPECT_TRUE(f.Untouched());
+    const std::vector<std::uint32_t> src(std::size_t(lines) * kWidth, kGrey);
+    std::vector<std::uint32_t> dst(std::size_t(kRows) * kWidth, kUntouched);
+    char* d = reinterpret_cast<char*>(dst.data());
+    const char* s = reinterpret_cast<const char*>(src.data());
+    const int done = roll == Roll::Copy ? CEE_RollCopyData(d, s, kWidth, kRows, kPitch, kPitch,
+                                                           start, step, period, 0, 0, kRows, 0)
+                     : roll == Roll::SubLine
+                         ? CEE_RollBlitDataSubPix(d, s, kWidth, kRows, kPitch, kPitch, start, step,
+                                                  0, period, 0, 0, 0, kRows, 0)
+                         : CEE_RollBlitDataSubPixNoFilter(d, s, kWidth, kRows, kPitch, kPitch * 4,
+                                                          start, step, 0, period, 0, 0, kRows, 0);
+    EXPECT_EQ(done, 1);
+    return dst;
 }
 
-TEST(Hardening, NegativeStepsThatStayInsideTheSourceStillRoll)
+TEST(Hardening, RollsReadingBeforeTheSourceOrWithoutAPeriodWriteNothing)
 {
-    // From line 3 one line up a row reaches line 0 on the last row: all inside.
-    Frame f(4, kRows, kWidth);
-    EXPECT_EQ(CEE_RollBlitDataSubPixNoFilter(f.D(), f.S(), kWidth, kRows, kPitch, kPitch * 4, 3, -1,
-                                             0, 4, 0, 0, kRows, 0),
-              1);
-    EXPECT_EQ(f.dst[0], 0xFF808080u);
-    EXPECT_EQ(f.dst.back(), 0xFF808080u);
-    // A period of 1 brings every line back to line 0, whatever the step.
-    Frame g(1, kRows, kWidth);
-    EXPECT_EQ(CEE_RollBlitDataSubPixNoFilter(g.D(), g.S(), kWidth, kRows, kPitch, kPitch * 4, 0, -3,
-                                             0, 1, 0, 0, kRows, 0),
-              1);
-    EXPECT_EQ(g.dst.back(), 0xFF808080u);
-}
+    const std::vector<std::uint32_t> untouched(kRows * kWidth, kUntouched),
+        grey(kRows * kWidth, kGrey);
+    const struct {
+        Roll roll;
+        int lines, start, step, period;
+        bool refused;
+    } cases[] = {
+        // From line 1 two lines up a row: row 1 would read line -1.
+        {Roll::SubLine, 4, 1, -2, 4, true},
+        {Roll::NoFilter, 4, 1, -2, 4, true},
+        // From line 3 one line up a row stays inside; a period of 1 always does.
+        {Roll::NoFilter, 4, 3, -1, 4, false},
+        {Roll::NoFilter, 1, 0, -3, 1, false},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Rolled(c.roll, c.lines, c.start, c.step, c.period), c.refused ? untouched : grey)
+            << int(c.roll) << " from " << c.start << " step " << c.step;
+    for (const int period : {0, -1, INT_MIN})
+        for (const Roll roll : {Roll::Copy, Roll::SubLine, Roll::NoFilter})
+            EXPECT_EQ(Rolled(roll, 2, 0, 1, period), untouched)
+                << int(roll) << " period " << period;
 
-TEST(Hardening, PeriodsBelowOneReturnAtOnce)
-{
-    for (const int period : {0, -1, INT_MIN}) {
-        Frame f(2, kRows, kWidth);
-        EXPECT_EQ(CEE_RollCopyData(f.D(), f.S(), kWidth, kRows, kPitch, kPitch, 0, 1, period, 0, 0,
-                                   kRows, 0),
+    SelectCEEFunctions();
+    std::vector<std::uint32_t> src(8, kGrey), dst(8, kUntouched);
+    for (const int period : {0, -1, INT_MIN})
+        EXPECT_EQ(CrawlBlit(reinterpret_cast<char*>(dst.data()), kPitch,
+                            reinterpret_cast<char*>(src.data()), kPitch, kWidth, 2, 0, period, 1, 0,
+                            2, 0),
                   1);
-        EXPECT_EQ(CEE_RollBlitDataSubPix(f.D(), f.S(), kWidth, kRows, kPitch, kPitch, 0, 1, 0,
-                                         period, 0, 0, 0, kRows, 0),
-                  1);
-        EXPECT_EQ(CEE_RollBlitDataSubPixNoFilter(f.D(), f.S(), kWidth, kRows, kPitch, kPitch * 4, 0,
-                                                 1, 0, period, 0, 0, kRows, 0),
-                  1);
-        SelectCEEFunctions();
-        EXPECT_EQ(CrawlBlit(f.D(), kPitch, f.S(), kPitch, kWidth, kRows, 0, period, 1, 0, 2, 0), 1);
-        EXPECT_TRUE(f.Untouched()) << "period " << period;
-    }
+    EXPECT_EQ(dst, std::vector<std::uint32_t>(8, kUntouched));
 }
 
 } // namespace

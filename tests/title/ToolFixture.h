@@ -37,22 +37,22 @@ inline const std::string kBareCrawl =
     "--fade 0 --text 'Flower IIMW'" +
     kSmall;
 
+struct Result {
+    int status;
+    std::string out, err;
+    std::vector<Frame> Frames() const // raw 160x96 BGRA frames
+    {
+        std::vector<Frame> frames;
+        for (std::size_t at = 0; at + 160 * 96 * 4 <= out.size(); at += 160 * 96 * 4) {
+            frames.emplace_back(160 * 96);
+            std::memcpy(frames.back().data(), out.data() + at, 160 * 96 * 4);
+        }
+        return frames;
+    }
+};
+
 class TitleTool : public ::testing::Test {
   protected:
-    struct Result {
-        int status;
-        std::string out, err;
-        std::vector<Frame> Frames() const // raw 160x96 BGRA frames
-        {
-            std::vector<Frame> frames;
-            for (std::size_t at = 0; at + 160 * 96 * 4 <= out.size(); at += 160 * 96 * 4) {
-                frames.emplace_back(160 * 96);
-                std::memcpy(frames.back().data(), out.data() + at, 160 * 96 * 4);
-            }
-            return frames;
-        }
-    };
-
     void SetUp() override
     {
         char pattern[] = "/tmp/flower-title-test-XXXXXX";

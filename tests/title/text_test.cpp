@@ -68,17 +68,14 @@ std::string ErrorOf(const std::function<void()>& f)
 
 // Hebrew letters typed in logical order show right to left: the same picture
 // as the letters typed in visual order under a left-to-right override.
-TEST(TextBidi, HebrewWordMatchesVisualOrderUnderOverride)
+TEST(TextBidi, RightToLeftRunsMatchVisualOrderUnderOverride)
 {
     const TextBitmap logical = Line("\u05E9\u05DC\u05D5\u05DD");                // shalom
     const TextBitmap visual = Line("\u202D\u05DD\u05D5\u05DC\u05E9\u202C");     // reversed, LRO
     const TextBitmap typedOrder = Line("\u202D\u05E9\u05DC\u05D5\u05DD\u202C"); // forced LTR
     EXPECT_TRUE(Same(logical, visual));
     EXPECT_FALSE(Same(logical, typedOrder));
-}
-
-TEST(TextBidi, MixedLineKeepsEnglishRunsInOrder)
-{
+    // A mixed line keeps its English runs in order.
     const std::string mixed = "Alpha \u05E2\u05D1\u05E8\u05D9\u05EA Omega";
     EXPECT_TRUE(Same(Line(mixed), Line("Alpha \u202D\u05EA\u05D9\u05E8\u05D1\u05E2\u202C Omega")));
     // A right-to-left paragraph puts the first run on the right.
@@ -89,20 +86,16 @@ TEST(TextBidi, MixedLineKeepsEnglishRunsInOrder)
 }
 
 // Lam then alef form one ligature; a zero-width non-joiner leaves two isolated forms.
-TEST(TextShaping, ArabicLamAlefLigatureDiffersFromIsolatedForms)
+TEST(TextShaping, JoinedFormsDifferFromLettersKeptApart)
 {
     const TextBitmap joined = Line("\u0644\u0627"), apart = Line("\u0644\u200C\u0627");
     EXPECT_FALSE(Same(joined, apart));
     EXPECT_LT(joined.coverage.width, apart.coverage.width);
-}
-
-// KA + virama + SSA is the conjunct KSSA; the non-joiner shows a half form and SSA.
-TEST(TextShaping, DevanagariConjunctDiffersFromLettersKeptApart)
-{
+    // KA + virama + SSA is the conjunct KSSA; the non-joiner shows a half form and SSA.
     const TextBitmap conjunct = Line("\u0915\u094D\u0937"),
-                     apart = Line("\u0915\u094D\u200C\u0937");
+                     halves = Line("\u0915\u094D\u200C\u0937");
     EXPECT_GT(Inked(conjunct), 0);
-    EXPECT_FALSE(Same(conjunct, apart));
+    EXPECT_FALSE(Same(conjunct, halves));
 }
 
 // U+0378 is unassigned and not ignorable: every font draws its missing-glyph box.

@@ -267,13 +267,7 @@ std::vector<Frame> TickerFrames(const std::string& dir, int total, int changeAft
         change();
     }
     EXPECT_EQ(pclose(tool), 0);
-    std::vector<Frame> frames;
-    const std::string bytes = Slurp(out);
-    for (std::size_t at = 0; at + 160 * 96 * 4 <= bytes.size(); at += 160 * 96 * 4) {
-        frames.emplace_back(160 * 96);
-        std::memcpy(frames.back().data(), bytes.data() + at, 160 * 96 * 4);
-    }
-    return frames;
+    return Result{0, Slurp(out), ""}.Frames();
 }
 
 // At 3 pixels a frame every frame is the one before moved 3 pixels left,
