@@ -17,6 +17,7 @@
 #include <array>
 #include <climits>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -50,6 +51,12 @@ struct Routine {
     std::vector<Pass> passes;
     std::vector<std::pair<std::string, Call>> sets; // scalar first
 };
+
+// Names the row in test listings, which would otherwise dump its bytes.
+void PrintTo(const Routine& routine, std::ostream* out)
+{
+    *out << routine.name;
+}
 
 template <class Set, class Run>
 Routine Row(const Kernels::SetTable<Set>& table, std::string name, int sources, Run run,
