@@ -1,5 +1,5 @@
 /* Build-time host tool: decodes the sample picture PNG into raw B, G, R, A
- * bytes (768 x 512, rows top to bottom, no padding) for soil.cpp to embed.
+ * bytes (768 x 512, rows top to bottom, no padding) for Soil.cpp to embed.
  * Usage: DecodePicture input.png output.bgra */
 #include <png.h>
 #include <stdio.h>

@@ -24,7 +24,7 @@ add_custom_command(
   VERBATIM)
 add_custom_target(flower_sample_picture DEPENDS ${FLOWER_SAMPLE_PICTURE_BGRA})
 add_dependencies(flower_objects flower_sample_picture)
-set_source_files_properties(${CMAKE_CURRENT_LIST_DIR}/soil.cpp
+set_source_files_properties(${CMAKE_CURRENT_LIST_DIR}/Soil.cpp
   TARGET_DIRECTORY flower_objects
   PROPERTIES
     OBJECT_DEPENDS ${FLOWER_SAMPLE_PICTURE_BGRA}

@@ -1,4 +1,4 @@
-// Releasing channels, the same way create.cpp obtained them.
+// Releasing channels, the same way Create.cpp obtained them.
 #include <cstdlib>
 
 #include "channel.h"
