@@ -97,7 +97,7 @@ std::vector<u32> Prefix(const std::vector<u32>& row, int count)
 // The scaler's rows. Arguments: input and output width, input and output
 // height, content, and the pels of one destination row at a column and row the
 // arguments pick, or 0 for the whole picture row by row as the scaler streams
-// it. A positive run is written without the set's prepared memory, then with
+// it. A positive run is written with the set's prepared memory, then without
 // it; a negative one and a picture only with it, prepared once for every row.
 enum Content { kRandom, kFlat, kPalette, kTranslucent, kClear, kBlocks };
 
@@ -189,11 +189,12 @@ std::vector<std::vector<u32>> FootprintRows(const Args& a)
     rows[0].resize(std::size_t(f.run) * std::size_t(a[5] > 0 ? 2 : f.rows));
     for (u32& p : rows[0])
         p = rng.Pel();
-    for (int y = 0; y < f.kept; ++y)
+    for (int y = 0; y < f.kept; ++y) {
+        std::vector<u32>& row = rows[std::size_t(y) + 1];
+        row.resize(std::size_t(f.width));
         for (int x = 0; x < f.width; ++x)
-            rows[std::size_t(y) + 1].push_back(MakePel(a[4], palette, rng, x, y));
-    for (std::vector<u32>& row : rows)
-        row.shrink_to_fit();
+            row[std::size_t(x)] = MakePel(a[4], palette, rng, x, y);
+    }
     return rows;
 }
 
@@ -603,10 +604,6 @@ void ProduceRows(const Kernels::ScaleSet& s, R r, const Args& a)
             rows.push_back(r[1 + (first + k) % f.kept].Pels());
         Kernels::ScaleRowJob job{rows.data(),  &e,    f.v[0].ratio, &f.h[std::size_t(f.column)],
                                  f.h[0].ratio, f.run, nullptr};
-        if (a[5] > 0) {
-            s.produceRow(dst, job);
-            dst += f.run;
-        }
         if (!columns && s.prepareColumns) {
             memory.resize(s.columnBytes(f.run, f.width) + 64);
             void* at = memory.data();
@@ -617,6 +614,15 @@ void ProduceRows(const Kernels::ScaleSet& s, R r, const Args& a)
         job.columns = columns;
         s.produceRow(dst, job);
         dst += f.run;
+        if (a[5] > 0) {
+            // A set without prepared memory has but the one way.
+            job.columns = nullptr;
+            if (columns)
+                s.produceRow(dst, job);
+            else
+                std::copy(dst - f.run, dst, dst);
+            dst += f.run;
+        }
         first += e.advance;
     }
 }
@@ -637,7 +643,7 @@ std::vector<Routine> ScaleRows()
             }
     // Sizes from 1 to 4096 each way, half of them below 9 so that ratios reach
     // 4096 both ways; runs up to 300.
-    support::Rng rng(1);
+    support::Rng rng(7);
     const auto size = [&rng] {
         return rng.Below(2) ? 1 + int(rng.Below(4096)) : 1 + int(rng.Below(8));
     };
