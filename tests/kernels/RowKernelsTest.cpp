@@ -10,13 +10,16 @@
 #include "kernels/crawl/CrawlKernels.h"
 #include "kernels/mix/MixKernels.h"
 #include "kernels/roll/RollKernels.h"
+#include "kernels/scale/ScaleKernels.h"
 #include "stem.h"
 #include "support/RowHarness.h"
 
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <cstdlib>
 #include <functional>
+#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -25,7 +28,7 @@ namespace {
 
 using R = const support::Rows*;
 using support::u32;
-using Args = std::array<int, 3>;
+using Args = std::array<int, 6>;
 using Call = std::function<void(R rows, int count, const Args&)>;
 
 enum class Layout {
@@ -38,6 +41,7 @@ enum class Layout {
     kEveryColour, // rows[1] holds every blue, green, red triple
     kNeighbours,  // every pair of alphas side by side: pels 2j and 2j + 1
     kTitleText,   // one-colour glyphs with soft edges between clear gaps of junk colour
+    kFootprint,   // the source rows a scale list reads, exactly sized (see ScaleRows)
 };
 
 struct Pass {
@@ -90,6 +94,110 @@ std::vector<u32> Prefix(const std::vector<u32>& row, int count)
     return {row.begin(), row.begin() + count};
 }
 
+// The scaler's rows. Arguments: input and output width, input and output
+// height, content, and the pels of one destination row at a column and row the
+// arguments pick, or 0 for the whole picture row by row as the scaler streams
+// it. A positive run is written with the set's prepared memory, then without
+// it; a negative one and a picture only with it, prepared once for every row.
+enum Content { kRandom, kFlat, kPalette, kTranslucent, kClear, kBlocks };
+
+std::vector<tagScaleList> ScaleList(int in, int out)
+{
+    std::vector<tagScaleList> list(std::size_t(out) + 1);
+    EXPECT_TRUE(ScaleGenScaleList(list.data(), in, out));
+    return list;
+}
+
+// Pels one entry reads along its axis: the first, the whole middle ones, and
+// the last when it carries weight.
+int Reads(const tagScaleList& e)
+{
+    return e.count == -1 ? 1 : 1 + e.count + (e.lastWeight > 0 ? 1 : 0);
+}
+
+struct Footprint {
+    std::vector<tagScaleList> h, v;
+    int column = 1, run = 0;             // the first output column's entry, pels per row
+    int row = 1, rows = 1;               // the first output row's entry, rows
+    int width = 0, height = 0, kept = 0; // source columns and rows read, rows stored
+};
+
+u32 Seed(const Args& a)
+{
+    u32 seed = 0;
+    for (int v : a)
+        seed = seed * 1000003u + u32(v);
+    return seed;
+}
+
+Footprint Plan(const Args& a)
+{
+    Footprint f;
+    f.h = ScaleList(a[0], a[1]);
+    f.v = ScaleList(a[2], a[3]);
+    f.run = a[5] ? std::abs(a[5]) : a[1];
+    if (a[5]) {
+        support::Rng rng(Seed(a));
+        f.column += int(rng.Below(u32(a[1] - f.run + 1)));
+        f.row += int(rng.Below(u32(a[3])));
+    } else {
+        f.rows = a[3];
+    }
+    for (int j = 0, x = 0; j < f.run; x += f.h[std::size_t(f.column + j++)].advance)
+        f.width = std::max(f.width, x + Reads(f.h[std::size_t(f.column + j)]));
+    for (int i = 0, y = 0; i < f.rows; y += f.v[std::size_t(f.row + i++)].advance)
+        f.height = std::max(f.height, y + Reads(f.v[std::size_t(f.row + i)]));
+    // Big footprints of one row repeat a few distinct rows.
+    f.kept = f.rows == 1 && f.width * f.height > 1 << 16 ? 4 : f.height;
+    return f;
+}
+
+// Random pels make quotients that are rarely near an integer; flat and
+// few-coloured pictures make them near or on one, where a kernel that takes a
+// shortcut for the division must still truncate as the division does.
+// Translucent and clear footprints give sums of alpha near and below 1.
+u32 MakePel(int content, const u32 palette[4], support::Rng& rng, int x, int y)
+{
+    switch (content) {
+    case kRandom:
+        return rng.Pel();
+    case kFlat:
+        return palette[0];
+    case kTranslucent:
+        return (rng.Next() & 0xFFFFFF) | (1 + rng.Below(254)) << 24;
+    case kClear:
+        return rng.Next() & 0xFFFFFF;
+    case kBlocks: {
+        // 37 x 29 blocks, opaque or clear
+        u32 h = (u32(x / 37) * 0x9E3779B1u + u32(y / 29)) * 0x85EBCA77u;
+        h ^= h >> 13;
+        return h >> 8 | (h & 1 ? 0xFF000000u : 0);
+    }
+    default:
+        return palette[rng.Below(4)];
+    }
+}
+
+std::vector<std::vector<u32>> FootprintRows(const Args& a)
+{
+    const Footprint f = Plan(a);
+    support::Rng rng(Seed(a));
+    // Opaque, translucent, clear and one channel at 0 or 255 among them.
+    const u32 palette[4] = {rng.Pel() | 0xFF000000u, rng.Pel() & 0x80FF00FFu, 0x00123456u,
+                            0xFF00FF00u | (rng.Pel() & 0xFFu)};
+    std::vector<std::vector<u32>> rows(std::size_t(f.kept) + 1);
+    rows[0].resize(std::size_t(f.run) * std::size_t(a[5] > 0 ? 2 : f.rows));
+    for (u32& p : rows[0])
+        p = rng.Pel();
+    for (int y = 0; y < f.kept; ++y) {
+        std::vector<u32>& row = rows[std::size_t(y) + 1];
+        row.resize(std::size_t(f.width));
+        for (int x = 0; x < f.width; ++x)
+            row[std::size_t(x)] = MakePel(a[4], palette, rng, x, y);
+    }
+    return rows;
+}
+
 // The rows of the whole-row layouts, part `part` of Parts(layout).
 int Parts(Layout layout)
 {
@@ -137,6 +245,8 @@ std::vector<std::vector<u32>> Contents(Layout layout, const Args& a, int part)
         }
         return {std::vector<u32>(src.size() - 1), src};
     }
+    case Layout::kFootprint:
+        return FootprintRows(a);
     default: {
         // extreme colours every third fraction
         support::Rng rng{u32(a[0])};
@@ -151,15 +261,17 @@ std::vector<std::vector<u32>> Contents(Layout layout, const Args& a, int part)
     }
 }
 
-// `run` against `want` on copies of `start` with guard pels after each row.
+// `run` against `want` on copies of `start` with guard pels after each row, or
+// after the destination only: sources sized exactly trip the sanitizers when
+// read past.
 void CheckWhole(const std::string& label, std::vector<std::vector<u32>> start, const Call& run,
-                const Call& want, const Args& a)
+                const Call& want, const Args& a, bool guardSources = true)
 {
     const int count = int(start[0].size());
     support::Rng rng(9);
-    for (std::vector<u32>& row : start)
-        for (int k = 0; k < 16; ++k)
-            row.push_back(rng.Pel());
+    for (std::size_t k = 0; k < (guardSources ? start.size() : 1); ++k)
+        for (int g = 0; g < 16; ++g)
+            start[k].push_back(rng.Pel());
     std::vector<std::vector<u32>> got = start, expected = std::move(start);
     const auto call = [&](const Call& f, std::vector<std::vector<u32>>& rows) {
         std::vector<support::Rows> r;
@@ -202,7 +314,7 @@ void Check(Layout layout, const std::string& label, int sources, const Call& run
     default:
         for (int part = 0; part < Parts(layout); ++part)
             CheckWhole(label + " part " + std::to_string(part), Contents(layout, a, part), run,
-                       want, a);
+                       want, a, layout != Layout::kFootprint);
     }
 }
 
@@ -478,17 +590,86 @@ std::vector<Routine> RollRows()
     };
 }
 
+void ProduceRows(const Kernels::ScaleSet& s, R r, const Args& a)
+{
+    const Footprint f = Plan(a);
+    Pel* dst = r[0].Pels();
+    std::vector<unsigned char> memory;
+    void* columns = nullptr;
+    std::vector<const Pel*> rows;
+    for (int i = 0, first = 0; i < f.rows; ++i) {
+        const tagScaleList& e = f.v[std::size_t(f.row + i)];
+        rows.clear();
+        for (int k = 0; k < Reads(e); ++k)
+            rows.push_back(r[1 + (first + k) % f.kept].Pels());
+        Kernels::ScaleRowJob job{rows.data(),  &e,    f.v[0].ratio, &f.h[std::size_t(f.column)],
+                                 f.h[0].ratio, f.run, nullptr};
+        if (!columns && s.prepareColumns) {
+            memory.resize(s.columnBytes(f.run, f.width) + 64);
+            void* at = memory.data();
+            std::size_t room = memory.size();
+            columns = std::align(64, room - 64, at, room);
+            s.prepareColumns(columns, job);
+        }
+        job.columns = columns;
+        s.produceRow(dst, job);
+        dst += f.run;
+        if (a[5] > 0) {
+            // A set without prepared memory has but the one way.
+            job.columns = nullptr;
+            if (columns)
+                s.produceRow(dst, job);
+            else
+                std::copy(dst - f.run, dst, dst);
+            dst += f.run;
+        }
+        first += e.advance;
+    }
+}
+
+std::vector<Routine> ScaleRows()
+{
+    // Shrinks by integer and odd ratios, enlarges, equal sizes and 1-pel axes.
+    const std::array<int, 2> axes[] = {{1, 1},   {1, 7},   {7, 1},   {5, 5},   {2, 3},    {3, 2},
+                                       {10, 3},  {64, 67}, {67, 64}, {99, 13}, {13, 99},  {200, 67},
+                                       {48, 96}, {96, 48}, {37, 36}, {36, 37}, {300, 41}, {1, 70}};
+    // Every run up to 67 on each pair, its list long enough for the run.
+    std::vector<Args> runs;
+    for (const auto& h : axes)
+        for (const auto& v : axes)
+            for (int run = 1; run <= 67; ++run) {
+                const int times = (run + h[1] - 1) / h[1];
+                runs.push_back({h[0] * times, h[1] * times, v[0], v[1], run % 3, run});
+            }
+    // Sizes from 1 to 4096 each way, half of them below 9 so that ratios reach
+    // 4096 both ways; runs up to 300.
+    support::Rng rng(7);
+    const auto size = [&rng] {
+        return rng.Below(2) ? 1 + int(rng.Below(4096)) : 1 + int(rng.Below(8));
+    };
+    std::vector<Args> sizes;
+    for (int trial = 0; trial < 400; ++trial) {
+        Args a = {size(), size(), size(), size(), trial % kBlocks};
+        a[5] = -1 - int(rng.Below(u32(std::min(a[1], 300))));
+        sizes.push_back(a);
+    }
+    const std::vector<Args> frames = {{1920, 1280, 1080, 720, kRandom},
+                                      {1920, 1280, 1080, 720, kBlocks},
+                                      {768, 1920, 512, 1080, kRandom}};
+    return {Row(
+        Kernels::kScaleSets, "produceRow", 0,
+        [](const Kernels::ScaleSet& s, R r, int, const Args& a) { ProduceRows(s, r, a); },
+        {{Layout::kFootprint, runs}, {Layout::kFootprint, sizes}, {Layout::kFootprint, frames}})};
+}
+
 std::vector<Routine> Routines()
 {
     std::vector<Routine> all;
     const struct {
         const char* name;
         std::vector<Routine> (*rows)();
-    } families[] = {{"channel", ChannelRows},
-                    {"composite", CompositRows},
-                    {"crawl", CrawlRows},
-                    {"mix", MixRows},
-                    {"roll", RollRows}};
+    } families[] = {{"channel", ChannelRows}, {"composite", CompositRows}, {"crawl", CrawlRows},
+                    {"mix", MixRows},         {"roll", RollRows},          {"scale", ScaleRows}};
     for (const auto& family : families)
         for (Routine& r : family.rows()) {
             r.name = std::string(family.name) + "_" + r.name;
@@ -505,9 +686,9 @@ TEST_P(RowKernels, EverySetMatchesScalar)
     for (std::size_t i = 1; i < r.sets.size(); ++i)
         for (const Pass& pass : r.passes)
             for (const Args& a : pass.args) {
-                const std::string label = r.sets[i].first + " " + r.name + " args " +
-                                          std::to_string(a[0]) + "," + std::to_string(a[1]) + "," +
-                                          std::to_string(a[2]);
+                std::string label = r.sets[i].first + " " + r.name + " args";
+                for (int v : a)
+                    label += " " + std::to_string(v);
                 Check(pass.layout, label, r.sources, r.sets[i].second, r.sets[0].second, a);
             }
 }
