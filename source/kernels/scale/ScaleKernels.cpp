@@ -17,15 +17,6 @@ namespace {
 
 using i64 = std::int64_t;
 
-u32 ClampChannel(double v)
-{
-    if (v >= 255.0)
-        return 255;
-    if (v < 1.0)
-        return 0;
-    return u32(v);
-}
-
 struct Sums {
     double a = 0, b = 0, g = 0, r = 0;
 

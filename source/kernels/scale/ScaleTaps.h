@@ -1,4 +1,5 @@
-// The taps of one scale-list entry along its axis, shared by the scaler's sets.
+// The taps of one scale-list entry along its axis and the clamp of a sum,
+// shared by the scaler's sets.
 // Its own internal copy in every file that includes it: the sets built with
 // wider instructions must not lend their copy of an inline function to the rest.
 #ifndef FLOWER_SOURCE_SCALETAPS_H
@@ -22,6 +23,17 @@ struct Taps {
     }
     i32 Total() const { return 1 + middle + (hasLast ? 1 : 0); }
 };
+
+// A sum's channel value: at least 255 gives 255, below 1 gives 0, else the
+// whole part.
+inline u32 ClampChannel(double v)
+{
+    if (v >= 255.0)
+        return 255;
+    if (v < 1.0)
+        return 0;
+    return u32(v);
+}
 
 } // namespace
 

@@ -115,16 +115,6 @@ void ReadRow(D4* terms, const Pel* row, i32 count)
         terms[x] = PelTerms(row[x]);
 }
 
-// The reference clamp: at least 255 gives 255, below 1 gives 0, else truncate.
-u32 ClampChannel(double v)
-{
-    if (v >= 255.0)
-        return 255;
-    if (v < 1.0)
-        return 0;
-    return u32(v);
-}
-
 // 1 / a for every output alpha, rounded as the division rounds.
 struct Reciprocals {
     double of[256];
