@@ -9,6 +9,19 @@
 namespace title {
 
 // 0xAARRGGBB, straight alpha: the library's pixel layout.
+inline int Red(std::uint32_t p)
+{
+    return int(p >> 16 & 0xFF);
+}
+inline int Green(std::uint32_t p)
+{
+    return int(p >> 8 & 0xFF);
+}
+inline int Blue(std::uint32_t p)
+{
+    return int(p & 0xFF);
+}
+
 struct Image {
     int width = 0;
     int height = 0;

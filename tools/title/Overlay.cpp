@@ -1,4 +1,5 @@
 #include "Overlay.h"
+#include "Image.h"
 
 #include <algorithm>
 
@@ -25,19 +26,6 @@ const char* Bytes(const std::uint32_t* p)
 char* Bytes(std::uint32_t* p)
 {
     return reinterpret_cast<char*>(p);
-}
-
-int Red(std::uint32_t p)
-{
-    return int(p >> 16 & 0xFF);
-}
-int Green(std::uint32_t p)
-{
-    return int(p >> 8 & 0xFF);
-}
-int Blue(std::uint32_t p)
-{
-    return int(p & 0xFF);
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "Yuv.h"
+#include "Image.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,19 +22,6 @@ struct Weights {
 Weights WeightsOf(Matrix m)
 {
     return m == Matrix::Bt709 ? Weights{0.2126, 0.0722} : Weights{0.299, 0.114};
-}
-
-int Red(std::uint32_t p)
-{
-    return int(p >> 16 & 0xFF);
-}
-int Green(std::uint32_t p)
-{
-    return int(p >> 8 & 0xFF);
-}
-int Blue(std::uint32_t p)
-{
-    return int(p & 0xFF);
 }
 
 // Arithmetic shift of a possibly negative sum is floor; the bias makes it round.
