@@ -193,6 +193,15 @@ void ResizeUpFlower(benchmark::State& state, Content content)
     Resize(state, frame, kSmallWidth, kSmallHeight, kWidth, kHeight);
 }
 
+constexpr int kLargeWidth = 3840;
+constexpr int kLargeHeight = 2160;
+
+void ResizeTo4KFlower(benchmark::State& state, Content content)
+{
+    Frame frame = First(content);
+    Resize(state, frame, kWidth, kHeight, kLargeWidth, kLargeHeight);
+}
+
 void BlitFlower(benchmark::State& state, Content content)
 {
     FlowerInit();
@@ -227,8 +236,11 @@ void FillFlower(benchmark::State& state, Content)
 class PixmanImage {
   public:
     PixmanImage(Frame& frame, int width, int height)
-        : image_(
-              pixman_image_create_bits(PIXMAN_a8r8g8b8, width, height, frame.pels.data(), kPitch))
+        : PixmanImage(frame.pels.data(), width, height, kPitch)
+    {
+    }
+    PixmanImage(std::uint32_t* pels, int width, int height, int pitch)
+        : image_(pixman_image_create_bits(PIXMAN_a8r8g8b8, width, height, pels, pitch))
     {
     }
     ~PixmanImage()
@@ -312,9 +324,11 @@ void CompositOnTranslucentPixman(benchmark::State& s, Content c)
 void PixmanScale(benchmark::State& state, Content content, int inWidth, int inHeight, int outWidth,
                  int outHeight)
 {
-    Frame in = First(content), out;
+    Frame in = First(content);
     Premultiply(in);
-    PixmanImage src(in, inWidth, inHeight), dst(out, outWidth, outHeight);
+    // Destinations larger than a frame get pels of their own.
+    std::vector<std::uint32_t> out(std::size_t(outWidth) * std::size_t(outHeight));
+    PixmanImage src(in, inWidth, inHeight), dst(out.data(), outWidth, outHeight, outWidth * 4);
     if (!src.get() || !dst.get()) {
         state.SkipWithError("pixman_image_create_bits failed");
         return;
@@ -342,6 +356,11 @@ void ResizeDownPixman(benchmark::State& s, Content c)
 void ResizeUpPixman(benchmark::State& s, Content c)
 {
     PixmanScale(s, c, kSmallWidth, kSmallHeight, kWidth, kHeight);
+}
+
+void ResizeTo4KPixman(benchmark::State& s, Content c)
+{
+    PixmanScale(s, c, kWidth, kHeight, kLargeWidth, kLargeHeight);
 }
 
 void BlitPixman(benchmark::State& state, Content content)
@@ -428,6 +447,7 @@ const Operation kOperations[] = {
     {"SubpixCrawlBlit", "portable", CrawlPortable, true},
     {"ResizeLayer", "flower", ResizeDownFlower, true},
     {"ResizeLayerUp", "flower", ResizeUpFlower, false},
+    {"ResizeLayerTo4K", "flower", ResizeTo4KFlower, false},
     {"Blit", "flower", BlitFlower, false},
     {"BlitColour", "flower", FillFlower, false},
 #if defined(FLOWER_BENCH_PIXMAN)
@@ -435,6 +455,7 @@ const Operation kOperations[] = {
     {"CompositOnTranslucent", "pixman", CompositOnTranslucentPixman, false},
     {"ResizeLayer", "pixman", ResizeDownPixman, true},
     {"ResizeLayerUp", "pixman", ResizeUpPixman, false},
+    {"ResizeLayerTo4K", "pixman", ResizeTo4KPixman, false},
     {"Blit", "pixman", BlitPixman, false},
     {"BlitColour", "pixman", FillPixman, false},
 #endif

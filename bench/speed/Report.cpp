@@ -318,6 +318,11 @@ void Targets(std::ostream& out, const Results& r)
                                    Frame(res, "ResizeLayer", "flower", c));
                   },
                   r));
+    const double toFourK = Ratio(Frame(r, "ResizeLayerTo4K", "pixman", "opaque"),
+                                 Frame(r, "ResizeLayerTo4K", "flower", "opaque"));
+    Line(out, {"`ResizeLayer` 1920x1080 to 3840x2160: at least half the speed of pixman's "
+               "bilinear scaling",
+               toFourK, "opaque " + Times(toFourK), toFourK >= 0.5});
     RoutineTargets(out, r);
     out << "\nRatios are speeds: the portable routine's or pixman's time over Flower's; for "
            "the two-buffer bar, Flower's time over the pass's. Where a target spans contents "
@@ -356,7 +361,7 @@ void Frames(std::ostream& out, const Results& r)
             << " |\n";
     }
     out << "\n`ResizeLayer` is 1920x1080 to 1280x720, `ResizeLayerUp` 768x512 (the top "
-           "left of the frame) to 1920x1080. Composites are the same visual operation as "
+           "left of the frame) to 1920x1080, `ResizeLayerTo4K` 1920x1080 to 3840x2160. Composites are the same visual operation as "
            "pixman's, not the same arithmetic (straight against premultiplied alpha; the "
            "program checks they agree within 4 per premultiplied channel); the scalers are "
            "different filters (Flower's exact double-precision one against pixman's 7-bit "
