@@ -22,6 +22,24 @@ inline void StorePel(char* row, std::ptrdiff_t index, Pel p)
     std::memcpy(row + index * 4, &p, sizeof p);
 }
 
+// The scalar sets' row loops: pel by pel, first to last. Every source pel is
+// read before the result is written, so dst may be any one source row.
+template <class PelOp> void MapRow(char* dst, const char* row, int count, PelOp op)
+{
+    for (int i = 0; i < count; ++i)
+        StorePel(dst, i, op(LoadPel(row, i)));
+}
+
+template <class PelOp>
+void ZipRows(char* dst, const char* first, const char* second, int count, PelOp op)
+{
+    for (int i = 0; i < count; ++i) {
+        const Pel a = LoadPel(first, i);
+        const Pel b = LoadPel(second, i);
+        StorePel(dst, i, op(a, b));
+    }
+}
+
 } // namespace PelIO
 
 #endif

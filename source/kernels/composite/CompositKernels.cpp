@@ -6,27 +6,11 @@
 #include "inlinepelops.h"
 
 using PelIO::LoadPel;
+using PelIO::MapRow;
 using PelIO::StorePel;
+using PelIO::ZipRows;
 
 namespace {
-
-// Every source pel is read before the result is written, so dst may be any
-// one source row.
-template <class PelOp>
-void ZipRows(char* dst, const char* bottom, const char* top, int count, PelOp op)
-{
-    for (int i = 0; i < count; ++i) {
-        const Pel t = LoadPel(top, i);
-        const Pel b = LoadPel(bottom, i);
-        StorePel(dst, i, op(t, b));
-    }
-}
-
-template <class PelOp> void MapRow(char* dst, const char* row, int count, PelOp op)
-{
-    for (int i = 0; i < count; ++i)
-        StorePel(dst, i, op(LoadPel(row, i)));
-}
 
 Pel OnOpaque(Pel top, Pel bottom)
 {
@@ -49,12 +33,12 @@ u32 ScaledAlpha(Pel p, int opacity)
 // proven against these loops, so they stay free of shortcuts.
 void Kernels::Scalar::Composit(char* dst, const char* bottom, const char* top, int count)
 {
-    ZipRows(dst, bottom, top, count, CompositPel);
+    ZipRows(dst, top, bottom, count, CompositPel);
 }
 
 void Kernels::Scalar::CompositOnOpaque(char* dst, const char* bottom, const char* top, int count)
 {
-    ZipRows(dst, bottom, top, count, OnOpaque);
+    ZipRows(dst, top, bottom, count, OnOpaque);
 }
 
 void Kernels::Scalar::CompositOnColour(char* dst, const char* top, int count, u32 colour)
@@ -75,7 +59,7 @@ void Kernels::Scalar::CompositColourOnOpaque(char* dst, const char* bottom, int 
 void Kernels::Scalar::CompositWithOpacity(char* dst, const char* bottom, const char* top, int count,
                                           u32 bottomOpacity, u32 topOpacity)
 {
-    ZipRows(dst, bottom, top, count, [bottomOpacity, topOpacity](Pel t, Pel b) {
+    ZipRows(dst, top, bottom, count, [bottomOpacity, topOpacity](Pel t, Pel b) {
         return CompositPel(FadePelAlpha(t, topOpacity), FadePelAlpha(b, bottomOpacity));
     });
 }
@@ -97,7 +81,7 @@ void Kernels::Scalar::CompositThree(char* dst, const char* bottom, const char* m
 void Kernels::Scalar::CompositWithScaledAlphas(char* dst, const char* bottom, const char* top,
                                                int count, int bottomOpacity, int topOpacity)
 {
-    ZipRows(dst, bottom, top, count, [bottomOpacity, topOpacity](Pel t, Pel b) {
+    ZipRows(dst, top, bottom, count, [bottomOpacity, topOpacity](Pel t, Pel b) {
         return CompositPel(WithAlpha(t, ScaledAlpha(t, topOpacity)),
                            WithAlpha(b, ScaledAlpha(b, bottomOpacity)));
     });

@@ -5,28 +5,14 @@
 #include "kernels/PelMix.h"
 
 using PelIO::LoadPel;
+using PelIO::MapRow;
 using PelIO::StorePel;
+using PelIO::ZipRows;
 
 namespace {
 
 // The references are the per-pel formulas, pel by pel, first to last: the
 // vector sets are proven against these loops, so they stay free of shortcuts.
-template <class PelOp> void MapRow(char* dst, const char* src, int count, PelOp op)
-{
-    for (int i = 0; i < count; ++i)
-        StorePel(dst, i, op(LoadPel(src, i)));
-}
-
-// Both sources are read before the result is written, so dst may be either.
-template <class PelOp>
-void ZipRows(char* dst, const char* src1, const char* src2, int count, PelOp op)
-{
-    for (int i = 0; i < count; ++i) {
-        const Pel p1 = LoadPel(src1, i);
-        const Pel p2 = LoadPel(src2, i);
-        StorePel(dst, i, op(p1, p2));
-    }
-}
 
 void FadeRow(char* dst, const char* src, int count, u32 level)
 {
