@@ -1,5 +1,6 @@
-// The built-in picture: its bytes, its grey first row, and independent copies.
+// The built-in picture: its bytes, and independent copies.
 #include "Support.h"
+#include "support/Crc32.h"
 
 using namespace florist_test;
 
@@ -9,13 +10,7 @@ const size_t kBytes = 768 * 512 * 4;
 
 uint32_t Crc32(const void* data)
 {
-    uint32_t crc = 0xFFFFFFFFu;
-    for (size_t i = 0; i < kBytes; ++i) {
-        crc ^= static_cast<const u8*>(data)[i];
-        for (int k = 0; k < 8; ++k)
-            crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1u)));
-    }
-    return ~crc;
+    return support::Crc32(data, kBytes);
 }
 
 } // namespace
@@ -25,9 +20,6 @@ TEST(SamplePicture, DataIsTheDecodedPhotographAndCopiesAreIndependent)
     const u8* data = GetFlowerData();
     ASSERT_NE(data, nullptr);
     EXPECT_EQ(Crc32(data), 0x0B3214D5u);
-    for (size_t i = 0; i < kBytes; i += 4)
-        ASSERT_TRUE(data[i + 3] == 255 && (i >= 3072 || !std::memcmp(data + i, "\x63\x63\x63", 3)))
-            << i;
 
     Marrow::StubLayer* a = CreateFlower();
     Marrow::StubLayer* b = CreateFlower();

@@ -46,6 +46,7 @@ TEST(Hardening, RollsReadingBeforeTheSourceOrWithoutAPeriodWriteNothing)
         // From line 1 two lines up a row: row 1 would read line -1.
         {Roll::SubLine, 4, 1, -2, 4, true},
         {Roll::NoFilter, 4, 1, -2, 4, true},
+        {Roll::NoFilter, 4, 0, -1, 4, true},
         // From line 3 one line up a row stays inside; a period of 1 always does.
         {Roll::NoFilter, 4, 3, -1, 4, false},
         {Roll::NoFilter, 1, 0, -3, 1, false},

@@ -17,43 +17,78 @@ namespace {
 
 using namespace title_test;
 
+// Bad options, files and streams: status 2, one message naming the problem,
+// nothing on standard output and no file left behind.
 TEST_F(TitleTool, BadInputExitsTwoWithOneMessageAndNoFile)
 {
     std::ofstream(dir + "/broken.png") << "not a picture";
     std::ofstream(dir + "/broken.ttf") << "\0\1\0\0 not a font either";
     mkdir((dir + "/locked").c_str(), 0500);
     mkdir((dir + "/taken.png").c_str(), 0700);
-    std::vector<std::string> cases = {"",
-                                      "dance -o a.png",
-                                      "crawl --size 10x10 -o a.png",
-                                      "crawl --colour red -o a.png",
-                                      "crawl --fps 0 -o a.y4m",
-                                      "crawl --interlace sideways -o a.y4m",
-                                      "crawl --bogus 1 -o a.png",
-                                      "crawl --text",
-                                      "crawl -o a.gif",
-                                      "crawl --font /nonexistent/font.ttf -o a.png",
-                                      "crawl --font broken.ttf -o a.png",
-                                      "crawl --font 'No Such Family At All' -o a.png",
-                                      "crawl --font '' -o a.png",
-                                      "crawl --direction up -o a.png",
-                                      "crawl --wrap maybe -o a.png",
-                                      "crawl --tab-width 0 -o a.png",
-                                      "crawl --text-file /nonexistent/credits.txt -o a.png",
-                                      "crawl --background broken.png -o a.png",
-                                      "crawl --text \"$(printf '\\377\\376')\" -o a.png",
-                                      "still -o /nonexistent/dir/a.png",
-                                      "crawl -o taken.png"};
+    ASSERT_EQ(Run("crawl --seconds 0.12 -o good.y4m" + kSmall).status, 0);
+    const std::string good = Slurp(dir + "/good.y4m");
+    std::ofstream(dir + "/header.y4m") << good.substr(0, 20);
+    std::ofstream(dir + "/cut.y4m") << good.substr(0, good.size() - 1000);
+    std::ofstream(dir + "/deep.y4m") << "YUV4MPEG2 W160 H96 F25:1 Ip C420p10\nFRAME\n"
+                                     << std::string(160 * 96 * 3, '\0');
+    std::vector<std::pair<std::string, std::string>> cases; // the arguments, what the message names
+    for (const char* args : {"",
+                             "dance -o a.png",
+                             "crawl --size 10x10 -o a.png",
+                             "crawl --colour red -o a.png",
+                             "crawl --fps 0 -o a.y4m",
+                             "crawl --interlace sideways -o a.y4m",
+                             "crawl --bogus 1 -o a.png",
+                             "crawl --text",
+                             "crawl -o a.gif",
+                             "crawl --font '' -o a.png",
+                             "crawl --direction up -o a.png",
+                             "crawl --wrap maybe -o a.png",
+                             "crawl --tab-width 0 -o a.png",
+                             "crawl --text-file /nonexistent/credits.txt -o a.png",
+                             "crawl --background broken.png -o a.png",
+                             "crawl --text \"$(printf '\\377\\376')\" -o a.png",
+                             "still -o /nonexistent/dir/a.png",
+                             "crawl -o taken.png"})
+        cases.push_back({args + kSmall, ""});
     if (geteuid() != 0) // root writes anywhere
-        cases.push_back("still -o locked/a.png");
-    for (const std::string& args : cases) {
-        const Result r = Run(args + kSmall);
+        cases.push_back({"still -o locked/a.png" + kSmall, ""});
+    for (const auto& [args, says] :
+         {std::pair{"crawl --font /nonexistent/font.ttf -o a.png", "/nonexistent/font.ttf"},
+          {"crawl --font broken.ttf -o a.png", "broken.ttf"},
+          {"crawl --font 'No Such Family At All' -o a.png", "No Such Family At All"},
+          {"crawl --text '' -o a.y4m", "--text is empty"},
+                                     {"crawl --input header.y4m -o a.y4m", "header"},
+                                     {"crawl --input deep.y4m -o a.y4m", "C420p10"},
+                                     {"crawl --input good.y4m --size 320x240 -o a.y4m", "contradicts"},
+                                     {"crawl --input good.y4m --interlace tff -o a.y4m", "contradicts"},
+                                     {"crawl --input good.y4m --background checker -o a.y4m",
+                                      "--background"},
+                                     {"crawl --input - --items - -o a.y4m", "standard input"},
+                                     {"crawl --input nothere.y4m -o a.y4m", "nothere.y4m"},
+                                     {"crawl --input good.y4m --input-format bgra -o a.y4m",
+                                      "--input-size"}})
+        cases.push_back({std::string(args) + " --quiet", says});
+    for (const auto& [args, says] : cases) {
+        const Result r = Run(args);
         EXPECT_EQ(r.status, 2) << args;
         EXPECT_EQ(r.err.rfind("flower-title: ", 0), 0u) << args << ": " << r.err;
+        EXPECT_NE(r.err.find(says), std::string::npos) << args << ": " << r.err;
         EXPECT_LE(std::count(r.err.begin(), r.err.end(), '\n'), 2) << args << ": " << r.err;
         EXPECT_EQ(r.out, "") << args;
     }
-    EXPECT_EQ(Files(), (Names{"broken.png", "broken.ttf", "locked", "taken.png"}));
+    const Names inputs = {"broken.png", "broken.ttf", "cut.y4m",  "deep.y4m",
+                          "good.y4m",   "header.y4m", "locked", "taken.png"};
+    EXPECT_EQ(Files(), inputs);
+
+    // A frame cut short: the whole frames before it, a warning, status 2.
+    const Result cut = Run("crawl --input cut.y4m -o a.y4m --quiet");
+    EXPECT_EQ(cut.status, 2);
+    EXPECT_NE(cut.err.find("inside frame 3"), std::string::npos) << cut.err;
+    EXPECT_EQ(std::count(cut.err.begin(), cut.err.end(), '\n'), 1) << cut.err;
+    const Y4m kept(Slurp(dir + "/a.y4m"), 160 * 96 * 3 / 2);
+    EXPECT_TRUE(kept.whole);
+    EXPECT_EQ(kept.frames.size(), 2u);
 }
 
 // A PNG of the frame size, a Y4M of whole frames after its header, raw frames on stdout.
@@ -120,16 +155,6 @@ TEST_F(TitleTool, InterlacedRowsComeFromTheirFieldsTimes)
     }
 }
 
-TEST_F(TitleTool, FontByNameEqualsFontByPath)
-{
-    const std::string still = "still --text 'Hamburgefonstiv' --time 3 -o -" + kSmall;
-    const Result byName = Run(still + " --font 'DejaVu Serif'");
-    const Result byPath = Run(still + " --font /usr/share/fonts/truetype/dejavu/DejaVuSerif.ttf");
-    ASSERT_EQ(byName.status, 0) << byName.err;
-    EXPECT_EQ(byName.out, byPath.out);
-    EXPECT_NE(byName.out, Run(still).out); // the default is DejaVu Sans
-}
-
 // A roll given --text alone rolls it, a newline starting a new line.
 TEST_F(TitleTool, NewlineInRollTextStartsALine)
 {
@@ -167,13 +192,10 @@ TEST_F(TitleTool, FfprobeReadsTheY4mAsWritten)
     const Result r = Run("crawl --with-roll --fps 30000/1001 --interlace tff --seconds 0.3 "
                          "-o v.y4m --size 192x108 --quiet");
     ASSERT_EQ(r.status, 0) << r.err;
-    const Result probe = Run("-v error -count_frames -select_streams v:0 -show_entries "
-                             "stream=width,height,r_frame_rate,nb_read_frames,field_order "
-                             "-of default=nw=1 v.y4m",
-                             "ffprobe");
+    const std::string probe = Probe("v.y4m");
     for (const char* line : {"width=192", "height=108", "r_frame_rate=30000/1001",
                              "nb_read_frames=9", "field_order=tt"})
-        EXPECT_NE(probe.out.find(line), std::string::npos) << line << " not in:\n" << probe.out;
+        EXPECT_NE(probe.find(line), std::string::npos) << line << " not in:\n" << probe;
 }
 
 } // namespace

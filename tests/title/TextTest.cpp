@@ -4,10 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <fstream>
 #include <functional>
-#include <unistd.h>
 
 #include "TextLayer.h"
 #include "TextRender.h"
@@ -129,23 +126,6 @@ TEST(TextFonts, NameAndPatternFindTheInstalledFiles)
     EXPECT_TRUE(Same(Line(text, {}, "dejavu serif:bold"),
                      Line(text, {}, "/usr/share/fonts/truetype/dejavu/DejaVuSerif-Bold.ttf")));
     EXPECT_FALSE(Same(Line(text, {}, "DejaVu Serif"), Line(text, {}, kSans)));
-}
-
-TEST(TextFonts, MissingOrBrokenFontsNameTheFont)
-{
-    EXPECT_NE(ErrorOf([] { Font("No Such Family Anywhere", 20); }).find("No Such Family Anywhere"),
-              std::string::npos);
-    char path[] = "/tmp/flower-font-XXXXXX";
-    const int fd = mkstemp(path);
-    ASSERT_GE(fd, 0);
-    {
-        std::ofstream(path) << "OTTO this is not a font at all";
-    }
-    EXPECT_NE(ErrorOf([&] { Font(path, 20); }).find(path), std::string::npos);
-    std::remove(path);
-    close(fd);
-    EXPECT_NE(ErrorOf([] { Font("/nonexistent/x.ttf", 20); }).find("/nonexistent/x.ttf"),
-              std::string::npos);
 }
 
 TEST(TextStructure, NewlinesJoinCrawlItemsWithTheSeparator)

@@ -97,6 +97,17 @@ class TitleTool : public ::testing::Test {
                            "2>&1") == 0;
     }
 
+    // ffprobe's reading of the video stream of a file in the test's directory.
+    std::string Probe(const std::string& name) const
+    {
+        return Run("-v error -count_frames -select_streams v:0 -show_entries "
+                   "stream=width,height,r_frame_rate,nb_read_frames,field_order "
+                   "-of default=nw=1 " +
+                       name,
+                   "ffprobe")
+            .out;
+    }
+
     // A clip of ffmpeg's testsrc2 in the test's directory; `args` picks the
     // pixel format and anything else.
     void MakeClip(const std::string& name, const std::string& size, int frames,
