@@ -10,9 +10,11 @@
 // `V` is one register of 32-bit lanes, `F` of floats, kPels lanes each. The
 // arithmetic operators of the compilers' vector extensions work on them
 // directly (wrapping, lane by lane); the helpers below add what the operators
-// lack, named by their lane shape (...8, ...16, ...32). Byte and 16-bit
-// shuffles, unpacks and packs work within each 128-bit block, as x86 defines
-// them: an unpack and the matching pack restore the pel order.
+// lack, named by their lane shape (...8, ...16, ...32). Most are written once
+// over those extensions; intrinsics remain where the compilers' generic code is
+// slower or the operation has no generic form. Byte and 16-bit shuffles,
+// unpacks and packs work within each 128-bit block, as x86 defines them: an
+// unpack and the matching pack restore the pel order.
 #ifndef FLOWER_SOURCE_LANES_H
 #define FLOWER_SOURCE_LANES_H
 
@@ -23,6 +25,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #if defined(__AVX512BW__) || defined(__AVX2__) || defined(__SSE2__)
 #include <immintrin.h>
@@ -32,6 +35,12 @@
 #define FLOWER_LANES_NEON 1
 #else
 #error "no vector target"
+#endif
+
+// SSE2 has no byte shuffle (pshufb is SSSE3), and GCC builds most constant
+// shuffles there from single words.
+#if defined(FLOWER_LANES_X86) && !defined(__AVX2__)
+#define FLOWER_LANES_SSE2 1
 #endif
 
 // For the per-block functions of the vector sources: a block's registers stay
@@ -63,16 +72,15 @@ constexpr bool kFastDivideF = true;
 #endif
 // Whether 32-bit lane products are one instruction; SSE2 builds them from
 // several, which loses to the scalar loop where that returns early.
-#if defined(__AVX2__) || defined(FLOWER_LANES_NEON)
-constexpr bool kFastProducts32 = true;
-#else
+#if defined(FLOWER_LANES_SSE2)
 constexpr bool kFastProducts32 = false;
+#else
+constexpr bool kFastProducts32 = true;
 #endif
 
 typedef u32 V __attribute__((vector_size(kBytes)));
 typedef std::int32_t I __attribute__((vector_size(kBytes)));
 typedef u16 W __attribute__((vector_size(kBytes)));
-typedef std::int16_t SW __attribute__((vector_size(kBytes)));
 typedef u8 B __attribute__((vector_size(kBytes)));
 typedef float F __attribute__((vector_size(kBytes)));
 
@@ -132,9 +140,22 @@ FLOWER_BLOCK V Sar32(V v, int n)
     return V(I(v) >> n);
 }
 
-FLOWER_BLOCK V MinSigned32(V a, V b);
-FLOWER_BLOCK V MinUnsigned32(V a, V b);
-FLOWER_BLOCK V MaxUnsigned32(V a, V b);
+// Selects of the compared operands, in one type, are what the compilers turn
+// into min and max instructions.
+FLOWER_BLOCK V MinSigned32(V a, V b)
+{
+    return V(I(a) < I(b) ? I(a) : I(b));
+}
+
+FLOWER_BLOCK V MinUnsigned32(V a, V b)
+{
+    return a < b ? a : b;
+}
+
+FLOWER_BLOCK V MaxUnsigned32(V a, V b)
+{
+    return a > b ? a : b;
+}
 
 FLOWER_BLOCK F ToFloat(V v)
 {
@@ -180,12 +201,6 @@ FLOWER_BLOCK V Shr16(V v, int n)
     return V(W(v) >> n);
 }
 
-// All ones in the 16-bit lanes where a == b.
-FLOWER_BLOCK V Eq16(V a, V b)
-{
-    return V(W(a) == W(b));
-}
-
 // DivideBy255 in 16-bit lanes, x <= 65025: ((x + 128) * 257) >> 16.
 FLOWER_BLOCK V MulHigh16(V a, V b);
 FLOWER_BLOCK V DivideBy255x16(V x)
@@ -193,10 +208,154 @@ FLOWER_BLOCK V DivideBy255x16(V x)
     return MulHigh16(Add16(x, Splat16(128)), Splat16(257));
 }
 
+// --- shuffles within each block -----------------------------------------------
+//
+// Lane i of a Shuffle comes from lane Rule::From(i) of a, or of b for indices
+// past a's lanes; the compilers find the instructions for each constant rule.
+
+template <class Rule, class T, std::size_t... i>
+FLOWER_BLOCK T Shuffle(T a, T b, std::index_sequence<i...>)
+{
+    return __builtin_shufflevector(a, b, Rule::From(int(i))...);
+}
+
+template <class Rule, class T> FLOWER_BLOCK T Shuffle(T a, T b)
+{
+    return Shuffle<Rule>(a, b, std::make_index_sequence<sizeof(T) / sizeof(a[0])>());
+}
+
+// Bytes of a and b interleaved, a0 b0 a1 b1 ..., from byte kHalf on in each block.
+template <int kHalf> struct Interleave8Rule {
+    static constexpr int From(int i) { return (i & ~15) + kHalf + (i & 15) / 2 + (i & 1) * kBytes; }
+};
+
+FLOWER_BLOCK V InterleaveLow8(V a, V b)
+{
+    return V(Shuffle<Interleave8Rule<0>>(B(a), B(b)));
+}
+
+FLOWER_BLOCK V InterleaveHigh8(V a, V b)
+{
+    return V(Shuffle<Interleave8Rule<8>>(B(a), B(b)));
+}
+
+// Bytes 0-7 (LowBytes) or 8-15 (HighBytes) of each block, widened to 16 bits.
+FLOWER_BLOCK V LowBytes(V v)
+{
+    return InterleaveLow8(v, V{});
+}
+
+FLOWER_BLOCK V HighBytes(V v)
+{
+    return InterleaveHigh8(v, V{});
+}
+
+// Lane k of each group of four, in all four.
+template <int k> struct SpreadRule {
+    static constexpr int From(int i) { return (i & ~3) + k; }
+};
+
+// Word 3 of each pel (its alpha, widened) into the pel's four 16-bit lanes.
+FLOWER_BLOCK V SpreadWord3(V words)
+{
+    return V(Shuffle<SpreadRule<3>>(W(words), W(words)));
+}
+
+// Pel k of each block in all four of its lanes.
+template <int k> FLOWER_BLOCK V SpreadPel(V v)
+{
+    return Shuffle<SpreadRule<k>>(v, v);
+}
+
+// Word 3 of each pel (of 16-bit lanes) replaced by `value`.
+struct WithWord3Rule {
+    static constexpr int From(int i) { return (i & 3) == 3 ? i + kBytes / 2 : i; }
+};
+
+FLOWER_BLOCK V WithWord3(V words, u16 value)
+{
+#if defined(FLOWER_LANES_SSE2)
+    const V odd = V((Ramp32() & 1u) != 0u); // the lanes of words 2 and 3
+    return (words & ~(odd & 0xFFFF0000u)) | (odd & (u32(value) << 16));
+#else
+    return V(Shuffle<WithWord3Rule>(W(words), W{} + value));
+#endif
+}
+
+// Low words of the first (LowPelWords) or last (HighPelWords) two pels of each
+// block, each in four 16-bit lanes: the layout of LowBytes and HighBytes. The
+// ColourWords forms hold 0 in each pel's alpha lane (word 3): a product with
+// them leaves the alpha free for another value.
+FLOWER_BLOCK V LowPelWords(V v);
+FLOWER_BLOCK V HighPelWords(V v);
+
+#if defined(FLOWER_LANES_SSE2)
+// Lanes 1 and 3 of each block hold words 2 and 3 of a pel.
+FLOWER_BLOCK V WithoutWord3(V words)
+{
+    return words & ~((Ramp32() & 1u) * 0xFFFF0000u);
+}
+
+FLOWER_BLOCK V LowPelColourWords(V v)
+{
+    return WithoutWord3(LowPelWords(v));
+}
+
+FLOWER_BLOCK V HighPelColourWords(V v)
+{
+    return WithoutWord3(HighPelWords(v));
+}
+
+// Byte k of every pel, zero-extended.
+template <int k> FLOWER_BLOCK V PelByte(V pels)
+{
+    return (pels >> (8 * k)) & 0xFFu;
+}
+#else
+// Bytes of each block picked by index; an index with its top bit set picks 0.
+FLOWER_BLOCK V PickBytes(V v, V pick);
+
+// Four lanes of byte indices, repeated in every block.
+FLOWER_BLOCK V PerBlock(u32 l0, u32 l1, u32 l2, u32 l3)
+{
+    const u32 lanes[4] = {l0, l1, l2, l3};
+    V v{};
+    for (int i = 0; i < kPels; ++i)
+        v[i] = lanes[i & 3];
+    return v;
+}
+
+FLOWER_BLOCK V LowPelWords(V v)
+{
+    return PickBytes(v, PerBlock(0x01000100u, 0x01000100u, 0x05040504u, 0x05040504u));
+}
+
+FLOWER_BLOCK V HighPelWords(V v)
+{
+    return PickBytes(v, PerBlock(0x09080908u, 0x09080908u, 0x0D0C0D0Cu, 0x0D0C0D0Cu));
+}
+
+FLOWER_BLOCK V LowPelColourWords(V v)
+{
+    return PickBytes(v, PerBlock(0x01000100u, 0x80800100u, 0x05040504u, 0x80800504u));
+}
+
+FLOWER_BLOCK V HighPelColourWords(V v)
+{
+    return PickBytes(v, PerBlock(0x09080908u, 0x80800908u, 0x0D0C0D0Cu, 0x80800D0Cu));
+}
+
+template <int k> FLOWER_BLOCK V PelByte(V pels)
+{
+    return PickBytes(pels, PerBlock(0x80808000u, 0x80808004u, 0x80808008u, 0x8080800Cu) + u32(k));
+}
+#endif
+
 // --- per-pel masks --------------------------------------------------------------
 //
 // A PelMask holds one flag per 32-bit lane: mask bits on AVX-512, lanes of all
-// ones elsewhere. Combine them with And, Or and AndNot.
+// ones elsewhere (as lanes there, every test and select of a compare would
+// convert it to mask bits and back). Combine them with Or and AndNot.
 
 #if defined(__AVX512BW__)
 typedef __mmask16 PelMask;
@@ -221,30 +380,9 @@ FLOWER_BLOCK PelMask GreaterEqualF(F a, F b)
     return _mm512_cmp_ps_mask(__m512(a), __m512(b), _CMP_GE_OQ);
 }
 
-FLOWER_BLOCK PelMask And(PelMask a, PelMask b)
-{
-    return PelMask(a & b);
-}
-
-FLOWER_BLOCK PelMask Or(PelMask a, PelMask b)
-{
-    return PelMask(a | b);
-}
-
-// ~a & b.
-FLOWER_BLOCK PelMask AndNot(PelMask a, PelMask b)
-{
-    return PelMask(~a & b);
-}
-
-FLOWER_BLOCK PelMask AllPels()
-{
-    return PelMask(0xFFFF);
-}
-
 FLOWER_BLOCK bool All(PelMask m)
 {
-    return m == AllPels();
+    return m == 0xFFFF;
 }
 
 FLOWER_BLOCK bool None(PelMask m)
@@ -297,26 +435,6 @@ FLOWER_BLOCK PelMask GreaterEqualF(F a, F b)
     return V(a >= b);
 }
 
-FLOWER_BLOCK PelMask And(PelMask a, PelMask b)
-{
-    return a & b;
-}
-
-FLOWER_BLOCK PelMask Or(PelMask a, PelMask b)
-{
-    return a | b;
-}
-
-FLOWER_BLOCK PelMask AndNot(PelMask a, PelMask b)
-{
-    return ~a & b;
-}
-
-FLOWER_BLOCK PelMask AllPels()
-{
-    return ~V{};
-}
-
 FLOWER_BLOCK bool All(PelMask m);
 FLOWER_BLOCK bool None(PelMask m);
 
@@ -343,14 +461,20 @@ FLOWER_BLOCK void StoreWhere(char* row, int index, V pels, PelMask m)
 }
 #endif
 
-// Where a 16-bit lane of m is all ones, ifSet; elsewhere ifClear.
-FLOWER_BLOCK V Select16(V m, V ifSet, V ifClear)
+FLOWER_BLOCK PelMask Or(PelMask a, PelMask b)
 {
-#if defined(__AVX2__) && !defined(__AVX512BW__)
-    return V(_mm256_blendv_epi8(__m256i(ifClear), __m256i(ifSet), __m256i(m)));
-#else
-    return (m & ifSet) | (~m & ifClear);
-#endif
+    return PelMask(a | b);
+}
+
+// ~a & b.
+FLOWER_BLOCK PelMask AndNot(PelMask a, PelMask b)
+{
+    return PelMask(~a & b);
+}
+
+FLOWER_BLOCK PelMask AllPels()
+{
+    return PelMask(~PelMask{});
 }
 
 // --- four doubles --------------------------------------------------------------
@@ -414,75 +538,21 @@ FLOWER_BLOCK u32 SaturatedBytesI4(I4 x);
 
 #if defined(__AVX512BW__)
 #define FLOWER_X(op) _mm512_##op
-#define FLOWER_XI(op) _mm512_##op##_si512
 typedef __m512i X;
+typedef __m512 XF;
 #elif defined(__AVX2__)
 #define FLOWER_X(op) _mm256_##op
-#define FLOWER_XI(op) _mm256_##op##_si256
 typedef __m256i X;
+typedef __m256 XF;
 #else
 #define FLOWER_X(op) _mm_##op
-#define FLOWER_XI(op) _mm_##op##_si128
 typedef __m128i X;
+typedef __m128 XF;
 #endif
 
 FLOWER_BLOCK V MulHigh16(V a, V b)
 {
     return V(FLOWER_X(mulhi_epu16)(X(a), X(b)));
-}
-
-#if defined(__AVX2__)
-FLOWER_BLOCK V MinSigned32(V a, V b)
-{
-    return V(FLOWER_X(min_epi32)(X(a), X(b)));
-}
-
-FLOWER_BLOCK V MinUnsigned32(V a, V b)
-{
-    return V(FLOWER_X(min_epu32)(X(a), X(b)));
-}
-
-FLOWER_BLOCK V MaxUnsigned32(V a, V b)
-{
-    return V(FLOWER_X(max_epu32)(X(a), X(b)));
-}
-#else
-FLOWER_BLOCK V MinSigned32(V a, V b)
-{
-    return I(a) < I(b) ? a : b;
-}
-
-FLOWER_BLOCK V MinUnsigned32(V a, V b)
-{
-    return a < b ? a : b;
-}
-
-FLOWER_BLOCK V MaxUnsigned32(V a, V b)
-{
-    return a > b ? a : b;
-}
-#endif
-
-// Bytes 0-7 (LowBytes) or 8-15 (HighBytes) of each block, widened to 16 bits.
-FLOWER_BLOCK V LowBytes(V v)
-{
-    return V(FLOWER_X(unpacklo_epi8)(X(v), X{}));
-}
-
-FLOWER_BLOCK V HighBytes(V v)
-{
-    return V(FLOWER_X(unpackhi_epi8)(X(v), X{}));
-}
-
-// Bytes of a and b interleaved: a0 b0 a1 b1 ... from the low (high) half of each block.
-FLOWER_BLOCK V InterleaveLow8(V a, V b)
-{
-    return V(FLOWER_X(unpacklo_epi8)(X(a), X(b)));
-}
-
-FLOWER_BLOCK V InterleaveHigh8(V a, V b)
-{
-    return V(FLOWER_X(unpackhi_epi8)(X(a), X(b)));
 }
 
 // 16-bit lanes of 0..255 back to bytes: LowBytes and HighBytes undone.
@@ -503,132 +573,34 @@ FLOWER_BLOCK V MulAddPairs16(V a, V b)
     return V(FLOWER_X(madd_epi16)(X(a), X(b)));
 }
 
-// Word 3 of each pel (its alpha, widened) into the pel's four 16-bit lanes.
-FLOWER_BLOCK V SpreadWord3(V words)
-{
-    return V(FLOWER_X(shufflehi_epi16)(FLOWER_X(shufflelo_epi16)(X(words), 0xFF), 0xFF));
-}
-
-// Word 3 of each pel (of 16-bit lanes) replaced by `value`.
-FLOWER_BLOCK V WithWord3(V words, u16 value)
-{
-#if defined(__AVX512BW__)
-    return V(_mm512_mask_blend_epi16(0x88888888u, X(words), _mm512_set1_epi16(short(value))));
-#elif defined(__AVX2__)
-    return V(_mm256_blend_epi16(X(words), _mm256_set1_epi16(short(value)), 0x88));
-#else
-    const V odd = V((Ramp32() & 1u) != 0u); // the lanes of words 2 and 3
-    return (words & ~(odd & 0xFFFF0000u)) | (odd & (u32(value) << 16));
-#endif
-}
-
-// Low words of the first (LowPelWords) or last (HighPelWords) two pels of each
-// block, each in four 16-bit lanes: the layout of LowBytes and HighBytes.
-#if defined(__AVX2__)
-// One byte shuffle: words 0 and 2 (LowPelWords) or 4 and 6 of each block, x4.
-FLOWER_BLOCK V PelWords(V v, u32 first, u32 second)
-{
-    V pick{};
-    for (int i = 0; i < kPels; ++i)
-        pick[i] = (i & 2) != 0 ? second : first;
-    return V(FLOWER_X(shuffle_epi8)(X(v), X(pick)));
-}
-
+#if defined(FLOWER_LANES_SSE2)
 FLOWER_BLOCK V LowPelWords(V v)
 {
-    return PelWords(v, 0x01000100u, 0x05040504u);
+    const X pairs = _mm_shufflelo_epi16(X(v), 0xA0);
+    return V(_mm_unpacklo_epi16(pairs, pairs));
 }
 
 FLOWER_BLOCK V HighPelWords(V v)
 {
-    return PelWords(v, 0x09080908u, 0x0D0C0D0Cu);
+    const X pairs = _mm_shufflehi_epi16(X(v), 0xA0);
+    return V(_mm_unpackhi_epi16(pairs, pairs));
 }
 #else
-FLOWER_BLOCK V LowPelWords(V v)
+FLOWER_BLOCK V PickBytes(V v, V pick)
 {
-    const X pairs = FLOWER_X(shufflelo_epi16)(X(v), 0xA0);
-    return V(FLOWER_X(unpacklo_epi16)(pairs, pairs));
-}
-
-FLOWER_BLOCK V HighPelWords(V v)
-{
-    const X pairs = FLOWER_X(shufflehi_epi16)(X(v), 0xA0);
-    return V(FLOWER_X(unpackhi_epi16)(pairs, pairs));
-}
-#endif
-
-// LowPelWords and HighPelWords with 0 in each pel's alpha lane (word 3): a
-// product with them leaves the alpha free for another value.
-#if defined(__AVX2__)
-FLOWER_BLOCK V ColourPelWords(V v, u32 first, u32 second)
-{
-    V pick{};
-    for (int i = 0; i < kPels; ++i)
-        pick[i] = ((i & 2) != 0 ? second : first) | ((i & 1) != 0 ? 0x80800000u : 0u);
     return V(FLOWER_X(shuffle_epi8)(X(v), X(pick)));
 }
-
-FLOWER_BLOCK V LowPelColourWords(V v)
-{
-    return ColourPelWords(v, 0x01000100u, 0x05040504u);
-}
-
-FLOWER_BLOCK V HighPelColourWords(V v)
-{
-    return ColourPelWords(v, 0x09080908u, 0x0D0C0D0Cu);
-}
-#else
-// Lanes 1 and 3 of each block hold words 2 and 3 of a pel.
-FLOWER_BLOCK V WithoutWord3(V words)
-{
-    return words & ~((Ramp32() & 1u) * 0xFFFF0000u);
-}
-
-FLOWER_BLOCK V LowPelColourWords(V v)
-{
-    return WithoutWord3(LowPelWords(v));
-}
-
-FLOWER_BLOCK V HighPelColourWords(V v)
-{
-    return WithoutWord3(HighPelWords(v));
-}
 #endif
-
-// Pel k of each block in all four of its lanes.
-template <int k> FLOWER_BLOCK V SpreadPel(V v)
-{
-#if defined(__AVX512BW__)
-    return V(_mm512_shuffle_epi32(X(v), _MM_PERM_ENUM(k * 0x55)));
-#else
-    return V(FLOWER_X(shuffle_epi32)(X(v), k * 0x55));
-#endif
-}
-
-// Byte k of every pel, zero-extended.
-template <int k> FLOWER_BLOCK V PelByte(V pels)
-{
-#if defined(__AVX2__)
-    const V pick = Splat32(0x80808000u | k) + (Ramp32() & 3u) * 4u;
-    return V(FLOWER_X(shuffle_epi8)(X(pels), X(pick)));
-#else
-    return (pels >> (8 * k)) & 0xFFu;
-#endif
-}
 
 // Below 1/x by less than 2^-9 of it, for x >= 1.
 FLOWER_BLOCK F ReciprocalBelow(F x)
 {
 #if defined(__AVX512BW__)
     // rcp14: error below 2^-14.
-    return F(_mm512_rcp14_ps(__m512(x))) * (1.0f - 1.0f / 8192.0f);
+    return F(_mm512_rcp14_ps(XF(x))) * (1.0f - 1.0f / 8192.0f);
 #else
-// rcp: error below 1.5 * 2^-12.
-#if defined(__AVX2__)
-    return F(_mm256_rcp_ps(__m256(x))) * (1.0f - 1.0f / 1024.0f);
-#else
-    return F(_mm_rcp_ps(__m128(x))) * (1.0f - 1.0f / 1024.0f);
-#endif
+    // rcp: error below 1.5 * 2^-12.
+    return F(FLOWER_X(rcp_ps)(XF(x))) * (1.0f - 1.0f / 1024.0f);
 #endif
 }
 
@@ -697,7 +669,6 @@ FLOWER_BLOCK u32 SaturatedBytesI4(I4 x)
 }
 
 #undef FLOWER_X
-#undef FLOWER_XI
 
 #endif // FLOWER_LANES_X86
 
@@ -705,37 +676,12 @@ FLOWER_BLOCK u32 SaturatedBytesI4(I4 x)
 
 // One 128-bit block: the x86 operations' results, lane for lane.
 
-FLOWER_BLOCK uint8x16_t Bytes8(V v)
-{
-    return (uint8x16_t)v;
-}
-
 FLOWER_BLOCK V MulHigh16(V a, V b)
 {
     const uint16x8_t x = (uint16x8_t)a, y = (uint16x8_t)b;
     const uint32x4_t lo = vmull_u16(vget_low_u16(x), vget_low_u16(y));
     const uint32x4_t hi = vmull_high_u16(x, y);
     return V(vuzp2q_u16((uint16x8_t)lo, (uint16x8_t)hi));
-}
-
-FLOWER_BLOCK V LowBytes(V v)
-{
-    return V(vzip1q_u8(Bytes8(v), vdupq_n_u8(0)));
-}
-
-FLOWER_BLOCK V HighBytes(V v)
-{
-    return V(vzip2q_u8(Bytes8(v), vdupq_n_u8(0)));
-}
-
-FLOWER_BLOCK V InterleaveLow8(V a, V b)
-{
-    return V(vzip1q_u8(Bytes8(a), Bytes8(b)));
-}
-
-FLOWER_BLOCK V InterleaveHigh8(V a, V b)
-{
-    return V(vzip2q_u8(Bytes8(a), Bytes8(b)));
 }
 
 FLOWER_BLOCK V Pack16(V low, V high)
@@ -755,51 +701,10 @@ FLOWER_BLOCK V MulAddPairs16(V a, V b)
     return V(vpaddq_s32(lo, vmull_high_s16(x, y)));
 }
 
-// Bytes of v picked by four 32-bit lanes of indices; 0xFF gives zero.
-FLOWER_BLOCK V PickBytes(V v, u32 i0, u32 i1, u32 i2, u32 i3)
+// Indices past the block, as those with the top bit set, pick 0.
+FLOWER_BLOCK V PickBytes(V v, V pick)
 {
-    const V pick = {i0, i1, i2, i3};
-    return V(vqtbl1q_u8(Bytes8(v), Bytes8(pick)));
-}
-
-FLOWER_BLOCK V SpreadWord3(V words)
-{
-    return PickBytes(words, 0x07060706u, 0x07060706u, 0x0F0E0F0Eu, 0x0F0E0F0Eu);
-}
-
-FLOWER_BLOCK V LowPelWords(V v)
-{
-    return PickBytes(v, 0x01000100u, 0x01000100u, 0x05040504u, 0x05040504u);
-}
-
-FLOWER_BLOCK V HighPelWords(V v)
-{
-    return PickBytes(v, 0x09080908u, 0x09080908u, 0x0D0C0D0Cu, 0x0D0C0D0Cu);
-}
-
-FLOWER_BLOCK V LowPelColourWords(V v)
-{
-    return PickBytes(v, 0x01000100u, 0xFFFF0100u, 0x05040504u, 0xFFFF0504u);
-}
-
-FLOWER_BLOCK V HighPelColourWords(V v)
-{
-    return PickBytes(v, 0x09080908u, 0xFFFF0908u, 0x0D0C0D0Cu, 0xFFFF0D0Cu);
-}
-
-template <int k> FLOWER_BLOCK V SpreadPel(V v)
-{
-    return V(vdupq_laneq_u32((uint32x4_t)v, k));
-}
-
-FLOWER_BLOCK V WithWord3(V words, u16 value)
-{
-    return V(vsetq_lane_u16(value, vsetq_lane_u16(value, (uint16x8_t)words, 3), 7));
-}
-
-template <int k> FLOWER_BLOCK V PelByte(V pels)
-{
-    return PickBytes(pels, 0xFFFFFF00u | k, 0xFFFFFF04u | k, 0xFFFFFF08u | k, 0xFFFFFF0Cu | k);
+    return V(vqtbl1q_u8((uint8x16_t)v, (uint8x16_t)pick));
 }
 
 // The estimate (error below 2^-8) and one Newton step: error below 2^-15.
@@ -816,21 +721,6 @@ FLOWER_BLOCK void StoreLowBytes(u8* dst, V v)
     const uint8x8_t bytes = vmovn_u16(vcombine_u16(words, words));
     const u32 four = vget_lane_u32(vreinterpret_u32_u8(bytes), 0);
     std::memcpy(dst, &four, 4);
-}
-
-FLOWER_BLOCK V MinSigned32(V a, V b)
-{
-    return V(vminq_s32((int32x4_t)a, (int32x4_t)b));
-}
-
-FLOWER_BLOCK V MinUnsigned32(V a, V b)
-{
-    return V(vminq_u32((uint32x4_t)a, (uint32x4_t)b));
-}
-
-FLOWER_BLOCK V MaxUnsigned32(V a, V b)
-{
-    return V(vmaxq_u32((uint32x4_t)a, (uint32x4_t)b));
 }
 
 // The narrowing moves keep the low byte of each lane whatever the rest.

@@ -14,9 +14,10 @@ FLOWER_BLOCK V DivideBy255x32(V x)
     return MulHigh16(x + 128u, Splat32(257));
 }
 
-// =============================================================================
-// Fades, max, channels, fill
-// =============================================================================
+bool FitsInt16(int w)
+{
+    return w >= -32768 && w <= 32767;
+}
 
 // alpha * level <= 65025 fits the low 16 bits of each lane.
 void FadeRow(char* dst, const char* src, int count, u32 level)
@@ -71,7 +72,7 @@ FLOWER_BLOCK V LevelFade(V p, V product)
 void LevelFadeRow(char* dst, const char* src, int count, int level)
 {
     int i = 0;
-    if (level >= -32768 && level <= 32767) {
+    if (FitsInt16(level)) {
         const V l = Splat32(u32(level) & 0xFFFFu);
         for (; i + kPels <= count; i += kPels) {
             const V p = Load(src, i);
@@ -102,10 +103,6 @@ void PreMultAlphaRow(char* dst, const char* src, int count)
     }
     kMixScalar.preMultAlpha(At(dst, i), At(src, i), count - i);
 }
-
-// =============================================================================
-// Blend and Add: colours over global_adt
-// =============================================================================
 
 // global_adt[a] without a table: gathers are slow where the CPU guards them.
 // 65536 / a in floats is exact where it is an integer, and elsewhere lies at
@@ -179,10 +176,6 @@ void AddRow(char* dst, const char* src1, const char* src2, int count)
     kMixScalar.add(At(dst, i), At(src1, i), At(src2, i), count - i);
 }
 
-// =============================================================================
-// Cross-fades
-// =============================================================================
-
 // With 0 <= wa, wb and wa + wb <= 256, s <= 255 * 256 and every numerator
 // n <= 255 * s stay below 2^24, exact in floats. Rounding n / s to nearest
 // cannot reach the next integer (it lies at least 1/s > half an ulp away), so
@@ -239,11 +232,6 @@ template <bool kInRange> FLOWER_BLOCK V ShapedCrossFade(V a, V b, V weights)
     const V q2 = ShapedPel<kInRange>(LowBytes(hi), weights);
     const V q3 = ShapedPel<kInRange>(HighBytes(hi), weights);
     return Select(Eq32(a, b), a, Pack16(Pack32(q0, q1), Pack32(q2, q3)));
-}
-
-bool FitsInt16(int w)
-{
-    return w >= -32768 && w <= 32767;
 }
 
 template <bool kInRange>
