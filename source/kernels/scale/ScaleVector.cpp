@@ -102,60 +102,55 @@ void PrepareColumns(void* columns, const ScaleRowJob& job)
     }
 }
 
-// b.a, g.a, r.a and a: each colour byte times alpha.
-FLOWER_BLOCK D4 PelTerms(u32 pel)
-{
-    const D4 bytes = PelBytesD4(pel);
-    return WithLane3D4(bytes * SpreadLane3D4(bytes), bytes);
-}
-
 void ReadRow(D4* terms, const Pel* row, i32 count)
 {
-    for (i32 x = 0; x < count; ++x)
-        terms[x] = PelTerms(row[x]);
+    i32 x = 0;
+    for (; x + 2 <= count; x += 2)
+        PelTermsD4(terms + x, row + x);
+    if (x < count) {
+        const Pel pels[2] = {row[x], 0};
+        D4 both[2];
+        PelTermsD4(both, pels);
+        terms[x] = both[0];
+    }
 }
 
-// 1 / a for every output alpha, rounded as the division rounds.
-struct Reciprocals {
-    double of[256];
-};
-
-constexpr Reciprocals MakeReciprocals()
+// Each lane as ClampChannel gives it once truncated: 255 from 255 up, 0 below 1.
+FLOWER_BLOCK I4 ClampedD4(D4 v)
 {
-    Reciprocals r{};
-    for (int a = 1; a < 256; ++a)
-        r.of[a] = 1.0 / a;
-    return r;
+    const D4 top = SplatD4(255.0);
+    v = v < top ? v : top;
+    return TruncateD4(v < 1.0 ? SplatD4(0.0) : v);
 }
 
-constexpr Reciprocals kReciprocals = MakeReciprocals();
-
-// The whole part of each lane's sum / d as the division rounds it, without
-// dividing. The product q with the rounded reciprocal is within 2^-36
-// of the true quotient (relative error below 2^-52, quotients below 2^16), so
-// the rounded quotient truncates to n or n - 1, n the integer nearest q. It
-// reaches n exactly when the true quotient is at least n less half the gap to
-// the double below n (a tie goes to n, whose significand is even): when
-// 2 (d n - sum) <= d gap. Every step is exact where it decides: d n is an
-// integer below 2^53, the difference is exact near d n (Sterbenz) and far from
-// it too large to pass, and the gap is a power of two. Lanes with n <= 0 give
-// at most 0 (n = 0 makes the gap a NaN, so n - 1), which the clamp keeps.
-FLOWER_BLOCK D4 TruncatedQuotients(D4 sums, double d, double reciprocal)
+// The sums of four pels, lanes across channels, as lanes across pels: b, g, r
+// and a of the four in turn.
+FLOWER_BLOCK void Transpose(D4 s[4])
 {
-    const D4 n = RoundD4(sums * reciprocal);
-    const D4 excess = n * d - sums;
-    const D4 gap = (n - NextBelowD4(n)) * d;
-    return excess + excess <= gap ? n : n - 1.0;
+    const D4 bR01 = __builtin_shufflevector(s[0], s[1], 0, 4, 2, 6);
+    const D4 gA01 = __builtin_shufflevector(s[0], s[1], 1, 5, 3, 7);
+    const D4 bR23 = __builtin_shufflevector(s[2], s[3], 0, 4, 2, 6);
+    const D4 gA23 = __builtin_shufflevector(s[2], s[3], 1, 5, 3, 7);
+    s[0] = __builtin_shufflevector(bR01, bR23, 0, 1, 4, 5);
+    s[1] = __builtin_shufflevector(gA01, gA23, 0, 1, 4, 5);
+    s[2] = __builtin_shufflevector(bR01, bR23, 2, 3, 6, 7);
+    s[3] = __builtin_shufflevector(gA01, gA23, 2, 3, 6, 7);
 }
 
-FLOWER_BLOCK Pel Result(D4 sums)
+// Four pels from their sums. Each quotient is the scalar set's division; a
+// clear pel divides by 1 and is dropped after.
+FLOWER_BLOCK void StoreResults(Pel* dst, const D4* sums)
 {
-    const u32 alpha = ClampChannel(sums[3]);
-    if (alpha == 0)
-        return 0;
-    // Whole quotients, so the reference clamp is the saturation to a byte.
-    const D4 quotients = TruncatedQuotients(sums, double(alpha), kReciprocals.of[alpha]);
-    return (SaturatedBytesI4(TruncateD4(quotients)) & 0x00FFFFFFu) | alpha << 24;
+    D4 s[4] = {sums[0], sums[1], sums[2], sums[3]};
+    Transpose(s);
+    const I4 alpha = ClampedD4(s[3]);
+    const D4 divisor = __builtin_convertvector(alpha > 0 ? alpha : 1, D4);
+    typedef u32 U4 __attribute__((vector_size(16)));
+    U4 pels = U4(alpha) << 24;
+    for (int c = 0; c < 3; ++c)
+        pels |= U4(ClampedD4(s[c] / divisor)) << (8 * c);
+    pels = alpha > 0 ? pels : U4{};
+    std::memcpy(dst, &pels, sizeof pels);
 }
 
 // One footprint row of one pel; each weight is rowWeight x column weight.
@@ -272,9 +267,16 @@ void ProduceRow(Pel* dst, const ScaleRowJob& job)
         else
             AddBandTo<false, false>(work, count, width, band);
     }
-    // A loop of its own: the results of many pels then overlap.
-    for (i32 j = 0; j < count; ++j)
-        dst[j] = Result(work.sums[j]);
+    i32 j = 0;
+    for (; j + 4 <= count; j += 4)
+        StoreResults(dst + j, work.sums + j);
+    if (j < count) {
+        D4 sums[4] = {};
+        Pel pels[4];
+        std::memcpy(sums, work.sums + j, std::size_t(count - j) * sizeof(D4));
+        StoreResults(pels, sums);
+        std::memcpy(dst + j, pels, std::size_t(count - j) * sizeof(Pel));
+    }
 }
 
 } // namespace
