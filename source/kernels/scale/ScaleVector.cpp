@@ -138,18 +138,22 @@ FLOWER_BLOCK void Transpose(D4 s[4])
 }
 
 // Four pels from their sums. Each quotient is the scalar set's division; a
-// clear pel divides by 1 and is dropped after.
+// clear pel divides by 1 and is dropped after. Clear areas, common in
+// titles, skip the divisions.
 FLOWER_BLOCK void StoreResults(Pel* dst, const D4* sums)
 {
     D4 s[4] = {sums[0], sums[1], sums[2], sums[3]};
     Transpose(s);
     const I4 alpha = ClampedD4(s[3]);
-    const D4 divisor = __builtin_convertvector(alpha > 0 ? alpha : 1, D4);
     typedef u32 U4 __attribute__((vector_size(16)));
-    U4 pels = U4(alpha) << 24;
-    for (int c = 0; c < 3; ++c)
-        pels |= U4(ClampedD4(s[c] / divisor)) << (8 * c);
-    pels = alpha > 0 ? pels : U4{};
+    U4 pels = {};
+    if (alpha[0] | alpha[1] | alpha[2] | alpha[3]) {
+        const D4 divisor = __builtin_convertvector(alpha > 0 ? alpha : 1, D4);
+        pels = U4(alpha) << 24;
+        for (int c = 0; c < 3; ++c)
+            pels |= U4(ClampedD4(s[c] / divisor)) << (8 * c);
+        pels = alpha > 0 ? pels : U4{};
+    }
     std::memcpy(dst, &pels, sizeof pels);
 }
 
