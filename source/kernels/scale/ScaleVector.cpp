@@ -1,13 +1,14 @@
 // The scaler's vector sets: the reference sums of each output pel, the four of
 // a pel (b.a, g.a, r.a, a) in the lanes of one D4.
 //
-// A pel's sums take its footprint's terms in the reference order, so lanes
-// never mix pels and only the channels share an instruction. The rows of a
-// footprint are taken one at a time for the whole run: each source pel of the
-// row is turned into its four terms once (products of two bytes, exact in a
-// double), whichever output pels read it, and the sums wait in the working
-// memory between bands of rows. The horizontal taps of the run are worked out
-// once, before its first row.
+// A pel's sums take its footprint's terms in the reference order, so while
+// summing, lanes never mix pels and only the channels share an instruction.
+// The rows of a footprint are taken one at a time for the whole run: each
+// source pel of the row is turned into its four terms once (products of two
+// bytes, exact in a double), whichever output pels read it, and the sums wait
+// in the working memory between bands of rows. The horizontal taps of the run
+// are worked out once, before its first row. The quotients, where the pels
+// are independent, take four pels at a time.
 //
 // Only the sets' own functions are defined here and nothing inline of the
 // library is called: a copy built with wider instructions must not be the one
