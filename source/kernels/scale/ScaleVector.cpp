@@ -22,9 +22,8 @@ namespace Kernels {
 namespace FLOWER_KERNEL_TARGET {
 namespace {
 
-// One output pel's horizontal taps. Runs whose pels read at most two columns
-// each take the second from `second`, padded with weight 0 where there is
-// none: adding +0 leaves the sums, which are never -0, as they are.
+// One output pel's horizontal taps. Adding a term with weight +0 leaves the
+// sums, which are never -0, as they are.
 struct PelTaps {
     i32 column; // its first column
     i32 middle; // whole middle columns
@@ -184,8 +183,11 @@ struct Band {
 };
 
 // Every pel of the run through the rows of one band: the first band starts the
-// sums, the last one adds the last pixel read once more.
-template <bool kFirst, bool kLast>
+// sums, the last one adds the last pixel read once more. Runs whose pels read
+// at most two columns each (kNarrow) take the second from `second`, padded
+// with weight 0: the same terms in the same order, with no branch on the shape
+// of a footprint.
+template <bool kFirst, bool kLast, bool kNarrow>
 void AddBand(const Work& work, i32 count, i32 width, const Band& band)
 {
     for (i32 j = 0; j < count; ++j) {
@@ -195,28 +197,10 @@ void AddBand(const Work& work, i32 count, i32 width, const Band& band)
         double rest = kFirst ? 1.0 : work.rest[j];
         for (i32 b = 0; b < band.rows; ++b, terms += width) {
             const bool withCorner = !(band.lastSkipsCorner && b + 1 == band.rows);
-            AddRow(sums, rest, terms, band.weight[b], band.middleWeight[b], h, withCorner);
-        }
-        if (kLast)
-            sums += terms[h.total - 1 - width] * rest;
-        else
-            work.rest[j] = rest;
-        work.sums[j] = sums;
-    }
-}
-
-// AddBand for runs whose pels read at most two columns each: the same terms
-// in the same order, with no branch on the shape of a footprint.
-template <bool kFirst, bool kLast>
-void AddNarrowBand(const Work& work, i32 count, i32 width, const Band& band)
-{
-    for (i32 j = 0; j < count; ++j) {
-        const PelTaps& h = work.taps[j];
-        const D4* terms = work.terms + h.column;
-        D4 sums = kFirst ? SplatD4(0.0) : work.sums[j];
-        double rest = kFirst ? 1.0 : work.rest[j];
-        for (i32 b = 0; b < band.rows; ++b, terms += width) {
-            const bool withCorner = !(band.lastSkipsCorner && b + 1 == band.rows);
+            if (!kNarrow) {
+                AddRow(sums, rest, terms, band.weight[b], band.middleWeight[b], h, withCorner);
+                continue;
+            }
             const double w0 = band.weight[b] * h.first;
             sums += terms[0] * w0;
             rest -= w0;
@@ -225,7 +209,7 @@ void AddNarrowBand(const Work& work, i32 count, i32 width, const Band& band)
             rest -= w1;
         }
         if (kLast)
-            sums += terms[h.second - width] * rest;
+            sums += terms[(kNarrow ? h.second : h.total - 1) - width] * rest;
         else
             work.rest[j] = rest;
         work.sums[j] = sums;
@@ -236,9 +220,9 @@ template <bool kFirst, bool kLast>
 void AddBandTo(const Work& work, i32 count, i32 width, const Band& band)
 {
     if (*work.widest <= 2)
-        AddNarrowBand<kFirst, kLast>(work, count, width, band);
+        AddBand<kFirst, kLast, true>(work, count, width, band);
     else
-        AddBand<kFirst, kLast>(work, count, width, band);
+        AddBand<kFirst, kLast, false>(work, count, width, band);
 }
 
 void ProduceRow(Pel* dst, const ScaleRowJob& job)
