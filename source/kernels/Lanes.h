@@ -486,51 +486,21 @@ FLOWER_BLOCK PelMask AllPels()
 
 typedef double D4 __attribute__((vector_size(32)));
 typedef std::int32_t I4 __attribute__((vector_size(16)));
-typedef u8 B4 __attribute__((vector_size(4)));
 
 FLOWER_BLOCK D4 SplatD4(double x)
 {
     return D4{x, x, x, x};
 }
 
-// The four bytes of a pel, lowest first, each in a double lane.
-FLOWER_BLOCK D4 PelBytesD4(u32 pel);
-
-// Lane 3 of x in every lane.
-FLOWER_BLOCK D4 SpreadLane3D4(D4 x)
-{
-    return __builtin_shufflevector(x, x, 3, 3, 3, 3);
-}
-
-// Lanes 0-2 of a with lane 3 of b.
-FLOWER_BLOCK D4 WithLane3D4(D4 a, D4 b)
-{
-    return __builtin_shufflevector(a, b, 0, 1, 2, 7);
-}
-
-// Each lane rounded to an integer nearest it, for |x| < 2^51: the sum lands
-// where doubles are whole numbers, and the rounding is the addition's.
-FLOWER_BLOCK D4 RoundD4(D4 x)
-{
-    const D4 shift = SplatD4(0x1.8p52);
-    return (x + shift) - shift;
-}
-
-// The double next below each lane, for lanes above 0 (0 gives a NaN).
-FLOWER_BLOCK D4 NextBelowD4(D4 x)
-{
-    typedef std::int64_t L4 __attribute__((vector_size(32)));
-    return D4(L4(x) - 1);
-}
+// Two pels' products of each colour byte with alpha, then alpha, lowest byte
+// first: exact in 16 bits and in a double.
+FLOWER_BLOCK void PelTermsD4(D4 terms[2], const u32 pels[2]);
 
 // Truncating, for lanes that fit a signed 32-bit integer.
 FLOWER_BLOCK I4 TruncateD4(D4 x)
 {
     return __builtin_convertvector(x, I4);
 }
-
-// Each 32-bit lane clamped to 0..255, lane 0 lowest: four bytes as one pel.
-FLOWER_BLOCK u32 SaturatedBytesI4(I4 x);
 
 // --- target operations ------------------------------------------------------------
 
@@ -650,22 +620,31 @@ FLOWER_BLOCK bool None(PelMask m)
 }
 #endif
 
-FLOWER_BLOCK D4 PelBytesD4(u32 pel)
+FLOWER_BLOCK void PelTermsD4(D4 terms[2], const u32 pels[2])
 {
-    const __m128i bytes = _mm_cvtsi32_si128(int(pel));
+    const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pels));
 #if defined(__AVX2__)
-    return D4(_mm256_cvtepi32_pd(_mm_cvtepu8_epi32(bytes)));
+    const __m256i x = _mm256_cvtepu8_epi32(bytes);
+    const __m256i alphaOrOne =
+        _mm256_blend_epi32(_mm256_shuffle_epi32(x, 0xFF), _mm256_set1_epi32(1), 0x88);
+    const __m256i products = _mm256_mullo_epi32(x, alphaOrOne);
+    terms[0] = D4(_mm256_cvtepi32_pd(_mm256_castsi256_si128(products)));
+    terms[1] = D4(_mm256_cvtepi32_pd(_mm256_extracti128_si256(products, 1)));
 #else
-    const __m128i lanes = _mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, __m128i{}), __m128i{});
-    const __m128d low = _mm_cvtepi32_pd(lanes), high = _mm_cvtepi32_pd(_mm_srli_si128(lanes, 8));
-    return D4{low[0], low[1], high[0], high[1]};
+    const __m128i x = _mm_unpacklo_epi8(bytes, __m128i{});
+    const __m128i alpha = _mm_shufflehi_epi16(_mm_shufflelo_epi16(x, 0xFF), 0xFF);
+    const __m128i lane3 = _mm_set_epi16(-1, 0, 0, 0, -1, 0, 0, 0);
+    const __m128i alphaOrOne = _mm_or_si128(_mm_andnot_si128(lane3, alpha),
+                                            _mm_and_si128(lane3, _mm_set1_epi16(1)));
+    const __m128i products = _mm_mullo_epi16(x, alphaOrOne);
+    for (int k = 0; k < 2; ++k) {
+        const __m128i lanes = _mm_unpacklo_epi16(k ? _mm_srli_si128(products, 8) : products,
+                                                 __m128i{});
+        const __m128d low = _mm_cvtepi32_pd(lanes);
+        const __m128d high = _mm_cvtepi32_pd(_mm_srli_si128(lanes, 8));
+        terms[k] = D4{low[0], low[1], high[0], high[1]};
+    }
 #endif
-}
-
-FLOWER_BLOCK u32 SaturatedBytesI4(I4 x)
-{
-    const __m128i words = _mm_packs_epi32(__m128i(x), __m128i(x));
-    return u32(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
 }
 
 #undef FLOWER_X
@@ -739,18 +718,17 @@ FLOWER_BLOCK bool None(PelMask m)
     return vmaxvq_u32((uint32x4_t)m) == 0u;
 }
 
-FLOWER_BLOCK D4 PelBytesD4(u32 pel)
+FLOWER_BLOCK void PelTermsD4(D4 terms[2], const u32 pels[2])
 {
-    const uint32x4_t lanes = vmovl_u16(vget_low_u16(vmovl_u8(vcreate_u8(pel))));
-    const float64x2_t low = vcvtq_f64_u64(vmovl_u32(vget_low_u32(lanes)));
-    const float64x2_t high = vcvtq_f64_u64(vmovl_high_u32(lanes));
-    return D4{low[0], low[1], high[0], high[1]};
-}
-
-FLOWER_BLOCK u32 SaturatedBytesI4(I4 x)
-{
-    const uint16x4_t words = vqmovun_s32(x);
-    return vget_lane_u32(vreinterpret_u32_u8(vqmovn_u16(vcombine_u16(words, words))), 0);
+    const uint16x8_t x = vmovl_u8(vld1_u8(reinterpret_cast<const u8*>(pels)));
+    const uint16x8_t alphaOrOne = __builtin_shufflevector(x, vdupq_n_u16(1), 3, 3, 3, 8, 7, 7, 7, 8);
+    const uint16x8_t products = vmulq_u16(x, alphaOrOne);
+    for (int k = 0; k < 2; ++k) {
+        const uint32x4_t lanes = vmovl_u16(k ? vget_high_u16(products) : vget_low_u16(products));
+        const float64x2_t low = vcvtq_f64_u64(vmovl_u32(vget_low_u32(lanes)));
+        const float64x2_t high = vcvtq_f64_u64(vmovl_high_u32(lanes));
+        terms[k] = D4{low[0], low[1], high[0], high[1]};
+    }
 }
 
 #endif // FLOWER_LANES_NEON

@@ -1,13 +1,14 @@
 // The scaler's vector sets: the reference sums of each output pel, the four of
 // a pel (b.a, g.a, r.a, a) in the lanes of one D4.
 //
-// A pel's sums take its footprint's terms in the reference order, so lanes
-// never mix pels and only the channels share an instruction. The rows of a
-// footprint are taken one at a time for the whole run: each source pel of the
-// row is turned into its four terms once (products of two bytes, exact in a
-// double), whichever output pels read it, and the sums wait in the working
-// memory between bands of rows. The horizontal taps of the run are worked out
-// once, before its first row.
+// A pel's sums take its footprint's terms in the reference order, so while
+// summing, lanes never mix pels and only the channels share an instruction.
+// The rows of a footprint are taken one at a time for the whole run: each
+// source pel of the row is turned into its four terms once (products of two
+// bytes, exact in a double), whichever output pels read it, and the sums wait
+// in the working memory between bands of rows. The horizontal taps of the run
+// are worked out once, before its first row. The quotients, where the pels
+// are independent, take four pels at a time.
 //
 // Only the sets' own functions are defined here and nothing inline of the
 // library is called: a copy built with wider instructions must not be the one
@@ -21,9 +22,8 @@ namespace Kernels {
 namespace FLOWER_KERNEL_TARGET {
 namespace {
 
-// One output pel's horizontal taps. Runs whose pels read at most two columns
-// each take the second from `second`, padded with weight 0 where there is
-// none: adding +0 leaves the sums, which are never -0, as they are.
+// One output pel's horizontal taps. Adding a term with weight +0 leaves the
+// sums, which are never -0, as they are.
 struct PelTaps {
     i32 column; // its first column
     i32 middle; // whole middle columns
@@ -102,60 +102,59 @@ void PrepareColumns(void* columns, const ScaleRowJob& job)
     }
 }
 
-// b.a, g.a, r.a and a: each colour byte times alpha.
-FLOWER_BLOCK D4 PelTerms(u32 pel)
-{
-    const D4 bytes = PelBytesD4(pel);
-    return WithLane3D4(bytes * SpreadLane3D4(bytes), bytes);
-}
-
 void ReadRow(D4* terms, const Pel* row, i32 count)
 {
-    for (i32 x = 0; x < count; ++x)
-        terms[x] = PelTerms(row[x]);
+    i32 x = 0;
+    for (; x + 2 <= count; x += 2)
+        PelTermsD4(terms + x, row + x);
+    if (x < count) {
+        const Pel pels[2] = {row[x], 0};
+        D4 both[2];
+        PelTermsD4(both, pels);
+        terms[x] = both[0];
+    }
 }
 
-// 1 / a for every output alpha, rounded as the division rounds.
-struct Reciprocals {
-    double of[256];
-};
-
-constexpr Reciprocals MakeReciprocals()
+// Each lane as ClampChannel gives it once truncated: 255 from 255 up, 0 below 1.
+FLOWER_BLOCK I4 ClampedD4(D4 v)
 {
-    Reciprocals r{};
-    for (int a = 1; a < 256; ++a)
-        r.of[a] = 1.0 / a;
-    return r;
+    const D4 top = SplatD4(255.0);
+    v = v < top ? v : top;
+    return TruncateD4(v < 1.0 ? SplatD4(0.0) : v);
 }
 
-constexpr Reciprocals kReciprocals = MakeReciprocals();
-
-// The whole part of each lane's sum / d as the division rounds it, without
-// dividing. The product q with the rounded reciprocal is within 2^-36
-// of the true quotient (relative error below 2^-52, quotients below 2^16), so
-// the rounded quotient truncates to n or n - 1, n the integer nearest q. It
-// reaches n exactly when the true quotient is at least n less half the gap to
-// the double below n (a tie goes to n, whose significand is even): when
-// 2 (d n - sum) <= d gap. Every step is exact where it decides: d n is an
-// integer below 2^53, the difference is exact near d n (Sterbenz) and far from
-// it too large to pass, and the gap is a power of two. Lanes with n <= 0 give
-// at most 0 (n = 0 makes the gap a NaN, so n - 1), which the clamp keeps.
-FLOWER_BLOCK D4 TruncatedQuotients(D4 sums, double d, double reciprocal)
+// The sums of four pels, lanes across channels, as lanes across pels: b, g, r
+// and a of the four in turn.
+FLOWER_BLOCK void Transpose(D4 s[4])
 {
-    const D4 n = RoundD4(sums * reciprocal);
-    const D4 excess = n * d - sums;
-    const D4 gap = (n - NextBelowD4(n)) * d;
-    return excess + excess <= gap ? n : n - 1.0;
+    const D4 bR01 = __builtin_shufflevector(s[0], s[1], 0, 4, 2, 6);
+    const D4 gA01 = __builtin_shufflevector(s[0], s[1], 1, 5, 3, 7);
+    const D4 bR23 = __builtin_shufflevector(s[2], s[3], 0, 4, 2, 6);
+    const D4 gA23 = __builtin_shufflevector(s[2], s[3], 1, 5, 3, 7);
+    s[0] = __builtin_shufflevector(bR01, bR23, 0, 1, 4, 5);
+    s[1] = __builtin_shufflevector(gA01, gA23, 0, 1, 4, 5);
+    s[2] = __builtin_shufflevector(bR01, bR23, 2, 3, 6, 7);
+    s[3] = __builtin_shufflevector(gA01, gA23, 2, 3, 6, 7);
 }
 
-FLOWER_BLOCK Pel Result(D4 sums)
+// Four pels from their sums. Each quotient is the scalar set's division; a
+// clear pel divides by 1 and is dropped after. Clear areas, common in
+// titles, skip the divisions.
+FLOWER_BLOCK void StoreResults(Pel* dst, const D4* sums)
 {
-    const u32 alpha = ClampChannel(sums[3]);
-    if (alpha == 0)
-        return 0;
-    // Whole quotients, so the reference clamp is the saturation to a byte.
-    const D4 quotients = TruncatedQuotients(sums, double(alpha), kReciprocals.of[alpha]);
-    return (SaturatedBytesI4(TruncateD4(quotients)) & 0x00FFFFFFu) | alpha << 24;
+    D4 s[4] = {sums[0], sums[1], sums[2], sums[3]};
+    Transpose(s);
+    const I4 alpha = ClampedD4(s[3]);
+    typedef u32 U4 __attribute__((vector_size(16)));
+    U4 pels = {};
+    if (alpha[0] | alpha[1] | alpha[2] | alpha[3]) {
+        const D4 divisor = __builtin_convertvector(alpha > 0 ? alpha : 1, D4);
+        pels = U4(alpha) << 24;
+        for (int c = 0; c < 3; ++c)
+            pels |= U4(ClampedD4(s[c] / divisor)) << (8 * c);
+        pels = alpha > 0 ? pels : U4{};
+    }
+    std::memcpy(dst, &pels, sizeof pels);
 }
 
 // One footprint row of one pel; each weight is rowWeight x column weight.
@@ -184,8 +183,11 @@ struct Band {
 };
 
 // Every pel of the run through the rows of one band: the first band starts the
-// sums, the last one adds the last pixel read once more.
-template <bool kFirst, bool kLast>
+// sums, the last one adds the last pixel read once more. Runs whose pels read
+// at most two columns each (kNarrow) take the second from `second`, padded
+// with weight 0: the same terms in the same order, with no branch on the shape
+// of a footprint.
+template <bool kFirst, bool kLast, bool kNarrow>
 void AddBand(const Work& work, i32 count, i32 width, const Band& band)
 {
     for (i32 j = 0; j < count; ++j) {
@@ -195,28 +197,10 @@ void AddBand(const Work& work, i32 count, i32 width, const Band& band)
         double rest = kFirst ? 1.0 : work.rest[j];
         for (i32 b = 0; b < band.rows; ++b, terms += width) {
             const bool withCorner = !(band.lastSkipsCorner && b + 1 == band.rows);
-            AddRow(sums, rest, terms, band.weight[b], band.middleWeight[b], h, withCorner);
-        }
-        if (kLast)
-            sums += terms[h.total - 1 - width] * rest;
-        else
-            work.rest[j] = rest;
-        work.sums[j] = sums;
-    }
-}
-
-// AddBand for runs whose pels read at most two columns each: the same terms
-// in the same order, with no branch on the shape of a footprint.
-template <bool kFirst, bool kLast>
-void AddNarrowBand(const Work& work, i32 count, i32 width, const Band& band)
-{
-    for (i32 j = 0; j < count; ++j) {
-        const PelTaps& h = work.taps[j];
-        const D4* terms = work.terms + h.column;
-        D4 sums = kFirst ? SplatD4(0.0) : work.sums[j];
-        double rest = kFirst ? 1.0 : work.rest[j];
-        for (i32 b = 0; b < band.rows; ++b, terms += width) {
-            const bool withCorner = !(band.lastSkipsCorner && b + 1 == band.rows);
+            if (!kNarrow) {
+                AddRow(sums, rest, terms, band.weight[b], band.middleWeight[b], h, withCorner);
+                continue;
+            }
             const double w0 = band.weight[b] * h.first;
             sums += terms[0] * w0;
             rest -= w0;
@@ -225,7 +209,7 @@ void AddNarrowBand(const Work& work, i32 count, i32 width, const Band& band)
             rest -= w1;
         }
         if (kLast)
-            sums += terms[h.second - width] * rest;
+            sums += terms[(kNarrow ? h.second : h.total - 1) - width] * rest;
         else
             work.rest[j] = rest;
         work.sums[j] = sums;
@@ -236,9 +220,9 @@ template <bool kFirst, bool kLast>
 void AddBandTo(const Work& work, i32 count, i32 width, const Band& band)
 {
     if (*work.widest <= 2)
-        AddNarrowBand<kFirst, kLast>(work, count, width, band);
+        AddBand<kFirst, kLast, true>(work, count, width, band);
     else
-        AddBand<kFirst, kLast>(work, count, width, band);
+        AddBand<kFirst, kLast, false>(work, count, width, band);
 }
 
 void ProduceRow(Pel* dst, const ScaleRowJob& job)
@@ -272,9 +256,16 @@ void ProduceRow(Pel* dst, const ScaleRowJob& job)
         else
             AddBandTo<false, false>(work, count, width, band);
     }
-    // A loop of its own: the results of many pels then overlap.
-    for (i32 j = 0; j < count; ++j)
-        dst[j] = Result(work.sums[j]);
+    i32 j = 0;
+    for (; j + 4 <= count; j += 4)
+        StoreResults(dst + j, work.sums + j);
+    if (j < count) {
+        D4 sums[4] = {};
+        Pel pels[4];
+        std::memcpy(sums, work.sums + j, std::size_t(count - j) * sizeof(D4));
+        StoreResults(pels, sums);
+        std::memcpy(dst + j, pels, std::size_t(count - j) * sizeof(Pel));
+    }
 }
 
 } // namespace
