@@ -106,6 +106,8 @@ template <class Bottom> FLOWER_BLOCK V Composit(V top, Bottom bottomOf, Unchange
     same.top = Or(opaqueTop, clearBottom);
     same.bottom = AndNot(same.top, clearTop);
     const PelMask unchanged = Or(same.top, same.bottom);
+    if (All(same.top)) // clear over clear
+        return top;
     V out = bottom;
     if (!All(unchanged)) {
         const bool translucent = !All(Or(unchanged, opaqueBottom));
@@ -234,21 +236,19 @@ void OnColourRow(char* dst, const char* top, int count, u32 colour)
         [=](std::ptrdiff_t at, int n) { Scalar::CompositOnColour(dst + at, top + at, n, colour); });
 }
 
-// The colour's share of every channel, cc * ca, is the same in every block.
-FLOWER_BLOCK V ColourShare(u32 colour)
-{
-    return Mul16(LowBytes(Splat32(colour)), Splat16(u16(colour >> 24)));
-}
-
-// Blocks of opaque bottoms, a colour over a picture, take the blend with the
-// colour's share, exact for an opaque colour too.
+// An opaque colour is the result everywhere; otherwise blocks of opaque
+// bottoms, a colour over a picture, take the blend with the colour's share.
 void ColourOnRow(char* dst, const char* bottom, int count, u32 colour)
 {
     const auto tail = [=](std::ptrdiff_t at, int n) {
         Scalar::CompositColourOn(dst + at, bottom + at, n, colour);
     };
-    const V top = Splat32(colour), share = ColourShare(colour);
-    const V weight = Splat16(u16(255u - (colour >> 24)));
+    const V top = Splat32(colour);
+    const u32 ca = colour >> 24;
+    if (ca == 255u)
+        return ForBlocks(count, [=](int i) { Store(dst, i, top); }, tail);
+    const V share = Mul16(LowBytes(Splat32(colour)), Splat16(u16(colour >> 24)));
+    const V weight = Splat16(u16(255u - ca));
     ForBlocks(
         count,
         [=](int i) {
@@ -268,7 +268,7 @@ void ColourOnOpaqueRow(char* dst, const char* bottom, int count, u32 colour)
     if (colour >> 24 == 0u)
         return ForBlocks(
             count, [=](int i) { Store(dst, i, Load(bottom, i)); }, tail);
-    const V share = ColourShare(colour);
+    const V share = Mul16(LowBytes(Splat32(colour)), Splat16(u16(colour >> 24)));
     const V weight = Splat16(u16(255u - (colour >> 24)));
     ForBlocks(
         count, [=](int i) { Store(dst, i, BlendColourOnOpaque(share, weight, Load(bottom, i))); },
