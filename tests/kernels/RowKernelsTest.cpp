@@ -41,6 +41,8 @@ enum class Layout {
     kEveryColour, // rows[1] holds every blue, green, red triple
     kNeighbours,  // every pair of alphas side by side: pels 2j and 2j + 1
     kTitleText,   // one-colour glyphs with soft edges between clear gaps of junk colour
+    kTitleOver,   // the title text over a picture with translucent and clear patches,
+                  // a[4] pels short
     kFootprint,   // the source rows a scale list reads, exactly sized (see ScaleRows)
 };
 
@@ -245,6 +247,19 @@ std::vector<std::vector<u32>> Contents(Layout layout, const Args& a, int part)
         }
         return {std::vector<u32>(src.size() - 1), src};
     }
+    case Layout::kTitleOver: {
+        std::vector<u32> top = Contents(Layout::kTitleText, a, 0)[1];
+        top.resize(top.size() - std::size_t(a[4]));
+        support::Rng rng(23);
+        std::vector<u32> bottom;
+        for (u32 kind = 2; bottom.size() < top.size(); kind = rng.Below(8)) {
+            const u32 alpha = kind == 0 ? rng.Next() : kind == 1 ? 0 : 255;
+            for (u32 run = 1 + rng.Below(kind < 2 ? 12 : 60); run > 0; --run)
+                bottom.push_back((alpha & 0xFF) << 24 | (rng.Next() & 0xFFFFFF));
+        }
+        bottom.resize(top.size());
+        return {std::vector<u32>(top.size()), top, bottom};
+    }
     case Layout::kFootprint:
         return FootprintRows(a);
     default: {
@@ -378,11 +393,17 @@ std::vector<Routine> CompositRows()
             opacities.push_back(a);
         }
     const Pass everyOpacity = {kAlphaRun, opacities};
+    // a[3] = 1 or 2 writes over the bottom or the top row.
     const auto two = [](auto member) {
-        return [member](const CompositSet& s, R r, int n, const Args&) {
-            (s.*member)(r[0].base, r[2].base, r[1].base, n);
+        return [member](const CompositSet& s, R r, int n, const Args& a) {
+            (s.*member)(r[a[3] == 1 ? 2 : a[3] == 2 ? 1 : 0].base, r[2].base, r[1].base, n);
         };
     };
+    std::vector<Args> titles;
+    for (int into = 0; into < 3; ++into)
+        for (int shorter = 0; shorter < 34; ++shorter)
+            titles.push_back({0, 0, 0, into, shorter});
+    const Pass title = {Layout::kTitleOver, titles};
     const auto on = [](auto member) {
         return [member](const CompositSet& s, R r, int n, const Args& a) {
             (s.*member)(r[0].base, r[1].base, n, u32(a[0]));
@@ -390,9 +411,9 @@ std::vector<Routine> CompositRows()
     };
     const auto& t = Kernels::kCompositSets;
     return {
-        Row(t, "composit", 2, two(&CompositSet::composit), {{kEveryOffset, {{}}}, pairs}),
+        Row(t, "composit", 2, two(&CompositSet::composit), {{kEveryOffset, {{}}}, pairs, title}),
         Row(t, "compositOnOpaque", 2, two(&CompositSet::compositOnOpaque),
-            {{kEveryOffset, {{}}}, pairs}),
+            {{kEveryOffset, {{}}}, pairs, title}),
         Row(t, "compositOnColour", 1, on(&CompositSet::compositOnColour), colour),
         Row(t, "compositColourOn", 1, on(&CompositSet::compositColourOn), colour),
         Row(t, "compositColourOnOpaque", 1, on(&CompositSet::compositColourOnOpaque), colour),

@@ -1,9 +1,6 @@
 // Composite kernels on whole vectors; the tail of every row is the scalar set's.
-//
-// Per-pel tests become masks; channel arithmetic runs in 16-bit lanes on the
-// two unpacked halves of each block, and the pack restores the pel order.
-// CompositPel's ordered tests are applied lowest priority first, so the first
-// test of the reference is applied last and wins.
+// Per-pel tests become masks, applied lowest priority first so that the first
+// test of CompositPel wins; channels run in 16-bit lanes on unpacked halves.
 //
 // One blend serves both weighted branches. With w = DivideBy255(ba * (255 - ta))
 // an opaque bottom gets w = 255 - ta and A = 255, whose table entry is 257, so
@@ -49,16 +46,14 @@ FLOWER_BLOCK V AlphaDivideEntries(V alpha)
 }
 
 // (tc * ta + bc * w + bias) * adt[A] >> 16 per 16-bit lane, the bias 128 on
-// opaque bottoms. The sum is at most 255 * A + 128, and A >= 2 on every pel
-// the composite keeps (A = 1 needs one alpha 0, and those pels are a source
-// pel as it stands), so the 16-bit mulhi is exact.
-//
-// Both weighted branches of CompositPel on every pel; with no opaque bottom
-// in the block (kOpaqueBottoms false) the rounding term is left out, and no
-// alpha is below 2. Otherwise clear pels, replaced later, may have alpha 0,
-// which the divisor is kept from. The weights are formed once per pel in
-// 32-bit lanes whose high 16 bits stay 0: DivideBy255x16 takes 0 + 128 there
-// to 0. The reciprocals' alpha lanes are 0, leaving the alpha byte free.
+// opaque bottoms: both weighted branches of CompositPel on every pel. The sum
+// is at most 255 * A + 128, and A >= 2 on every pel the composite keeps (A = 1
+// needs one alpha 0, and those pels are a source pel as it stands), so the
+// 16-bit mulhi is exact. With no opaque bottom in the block (kOpaqueBottoms
+// false) the bias is left out and no alpha is below 2; otherwise clear pels,
+// replaced later, may have alpha 0, which the divisor is kept from. Weights
+// are formed in 32-bit lanes whose high 16 bits stay 0, as DivideBy255x16
+// leaves them; the reciprocals' alpha lanes are 0, leaving the alpha free.
 template <bool kOpaqueBottoms> FLOWER_BLOCK V Weighted(V top, V bottom, V ta, V ba)
 {
     const V w = DivideBy255x16(Mul16(ba, Splat32(255) - ta));
@@ -85,9 +80,7 @@ struct Unchanged {
 // CompositPel on a block, by kinds of blocks. An opaque top is the result
 // whatever lies beneath: `bottomOf()` is not read. A clear top leaves the
 // bottom but where that is clear too. With no pel opaque or clear on either
-// side, the bulk of translucent layers, every pel takes the division. Over an
-// opaque bottom the rounded blend is exact for any top alpha, 0 and 255
-// included.
+// side, the bulk of translucent layers, every pel takes the division.
 template <class Bottom> FLOWER_BLOCK V Composit(V top, Bottom bottomOf, Unchanged& same)
 {
     const V ta = Alphas(top);
@@ -159,25 +152,52 @@ template <class Block, class Tail> void ForBlocks(int count, Block block, Tail t
 // Which source row, if any, is the destination row.
 enum class Into { kNew, kBottom, kTop };
 
-// Pels equal to the destination row's own need not be stored again.
-template <Into kInto> FLOWER_BLOCK PelMask Changed(Unchanged same)
+// Pels i..end - 1, the last few by the scalar routine; pels the destination holds
+// already are not stored again. Out of line, its registers are its own.
+template <Into kInto>
+__attribute__((noinline)) void CompositBlocks(char* dst, const char* bottom, const char* top, int i,
+                                              int end)
 {
-    return kInto == Into::kBottom ? AndNot(same.bottom, AllPels())
-           : kInto == Into::kTop  ? AndNot(same.top, AllPels())
-                                  : AllPels();
+    for (; i + kPels <= end; i += kPels) {
+        Unchanged same;
+        const V out = Composit(Load(top, i), [=] { return Load(bottom, i); }, same);
+        const PelMask kept = kInto == Into::kBottom ? same.bottom
+                             : kInto == Into::kTop  ? same.top
+                                                    : PelMask{};
+        StoreWhere(dst, i, out, AndNot(kept, AllPels()));
+    }
+    if (i < end)
+        Scalar::Composit(At(dst, i), At(bottom, i), At(top, i), end - i);
 }
 
-// One loop per destination, each free of the others' tests.
+// Rows that start over a picture go two blocks at a time, with no test that
+// text rows mispredict as blocks of 8 change kind: all tops opaque (glyphs are
+// shorter), else opaque bottoms, which every top blends with exactly (clear
+// tops over the bottom itself change nothing). Other pairs take the blocks.
 template <Into kInto> void CompositInto(char* dst, const char* bottom, const char* top, int count)
 {
-    ForBlocks(
-        count,
-        [=](int i) {
-            Unchanged same;
-            const V out = Composit(Load(top, i), [=] { return Load(bottom, i); }, same);
-            StoreWhere(dst, i, out, Changed<kInto>(same));
-        },
-        [=](std::ptrdiff_t at, int n) { Scalar::Composit(dst + at, bottom + at, top + at, n); });
+    const auto opaque = [](V a, V b) { return All(Eq32(Alphas(a & b), Splat32(255))); };
+    const auto store = [=](int at, V first, V second) {
+        Store(dst, at, first);
+        Store(dst, at + kPels, second);
+    };
+    int i = 0;
+    if (count >= 2 * kPels && opaque(Load(bottom, 0), Load(bottom, kPels)))
+        for (; i + 2 * kPels <= count; i += 2 * kPels) {
+            const V t0 = Load(top, i), t1 = Load(top, i + kPels);
+            if (opaque(t0, t1)) {
+                store(i, t0, t1);
+                continue;
+            }
+            const V b0 = Load(bottom, i), b1 = Load(bottom, i + kPels);
+            if (!opaque(b0, b1))
+                CompositBlocks<kInto>(dst, bottom, top, i, i + 2 * kPels);
+            else if (!None(NonZero32(Alphas(t0 | t1))))
+                store(i, BlendOnOpaque(t0, b0, Alphas(t0)), BlendOnOpaque(t1, b1, Alphas(t1)));
+            else if (kInto != Into::kBottom)
+                store(i, b0, b1);
+        }
+    CompositBlocks<kInto>(dst, bottom, top, i, count);
 }
 
 void CompositRow(char* dst, const char* bottom, const char* top, int count)
@@ -190,29 +210,18 @@ void CompositRow(char* dst, const char* bottom, const char* top, int count)
 }
 
 // Top alpha 0 keeps the bottom, 255 the top; the rest blends with alpha 255,
-// which gives the top for 255 too. Neither kind of whole block needs the
-// bottom read unless it is to be copied.
+// which gives the top for 255 too. Opaque tops need no bottom read.
 void OnOpaqueRow(char* dst, const char* bottom, const char* top, int count)
 {
     ForBlocks(
         count,
         [=](int i) {
-            const V t = Load(top, i);
-            const V ta = Alphas(t);
-            const PelMask opaqueTop = Eq32(ta, Splat32(255));
-            if (All(opaqueTop)) {
-                if (dst != top)
-                    Store(dst, i, t);
-                return;
-            }
-            const PelMask clearTop = Eq32(ta, V{});
-            if (All(clearTop)) {
-                if (dst != bottom)
-                    Store(dst, i, Load(bottom, i));
-                return;
-            }
+            const V t = Load(top, i), ta = Alphas(t);
+            if (All(Eq32(ta, Splat32(255))))
+                return Store(dst, i, t);
             const V b = Load(bottom, i);
-            Store(dst, i, Select(clearTop, b, BlendOnOpaque(t, b, ta)));
+            const PelMask clearTop = Eq32(ta, V{});
+            Store(dst, i, All(clearTop) ? b : Select(clearTop, b, BlendOnOpaque(t, b, ta)));
         },
         [=](std::ptrdiff_t at, int n) {
             Scalar::CompositOnOpaque(dst + at, bottom + at, top + at, n);
@@ -227,12 +236,6 @@ void OnColourRow(char* dst, const char* top, int count, u32 colour)
         [=](std::ptrdiff_t at, int n) { Scalar::CompositOnColour(dst + at, top + at, n, colour); });
 }
 
-// The colour's share of every channel, cc * ca, is the same in every block.
-FLOWER_BLOCK V ColourShare(u32 colour)
-{
-    return Mul16(LowBytes(Splat32(colour)), Splat16(u16(colour >> 24)));
-}
-
 // An opaque colour is the result everywhere; otherwise blocks of opaque
 // bottoms, a colour over a picture, take the blend with the colour's share.
 void ColourOnRow(char* dst, const char* bottom, int count, u32 colour)
@@ -244,7 +247,7 @@ void ColourOnRow(char* dst, const char* bottom, int count, u32 colour)
     const u32 ca = colour >> 24;
     if (ca == 255u)
         return ForBlocks(count, [=](int i) { Store(dst, i, top); }, tail);
-    const V share = ColourShare(colour);
+    const V share = Mul16(LowBytes(Splat32(colour)), Splat16(u16(colour >> 24)));
     const V weight = Splat16(u16(255u - ca));
     ForBlocks(
         count,
@@ -262,14 +265,11 @@ void ColourOnOpaqueRow(char* dst, const char* bottom, int count, u32 colour)
     const auto tail = [=](std::ptrdiff_t at, int n) {
         Scalar::CompositColourOnOpaque(dst + at, bottom + at, n, colour);
     };
-    const u32 ca = colour >> 24;
-    if (ca == 0u || ca == 255u) {
-        const V top = Splat32(colour);
+    if (colour >> 24 == 0u)
         return ForBlocks(
-            count, [=](int i) { Store(dst, i, ca == 0u ? Load(bottom, i) : top); }, tail);
-    }
-    const V share = ColourShare(colour);
-    const V weight = Splat16(u16(255u - ca));
+            count, [=](int i) { Store(dst, i, Load(bottom, i)); }, tail);
+    const V share = Mul16(LowBytes(Splat32(colour)), Splat16(u16(colour >> 24)));
+    const V weight = Splat16(u16(255u - (colour >> 24)));
     ForBlocks(
         count, [=](int i) { Store(dst, i, BlendColourOnOpaque(share, weight, Load(bottom, i))); },
         tail);
