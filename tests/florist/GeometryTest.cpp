@@ -97,7 +97,7 @@ TEST(VisibleRegionLayer, BoundsVisiblePelsButNeverTheLastColumn)
         Pel pel;
         LayerRegion box;
     } steps[] = {{0, 0x00FFFFFFu, {0, 0, 0, 0}},
-                 {1 * 6 + 5, 0xFF000000u, {0, 0, 0, 0}},
+                 {3 * 6 + 5, 0xFF000000u, {0, 0, 0, 0}},
                  {1 * 6 + 2, 0x01000000u, {2, 1, 1, 1}},
                  {3 * 6 + 4, 0x01000000u, {2, 1, 3, 3}},
                  {2 * 6 + 1, 0x80000000u, {1, 1, 4, 3}}};

@@ -57,6 +57,7 @@ TEST_F(TitleTool, BadInputExitsTwoWithOneMessageAndNoFile)
          {std::pair{"crawl --font /nonexistent/font.ttf -o a.png", "/nonexistent/font.ttf"},
           {"crawl --font broken.ttf -o a.png", "broken.ttf"},
           {"crawl --font 'No Such Family At All' -o a.png", "No Such Family At All"},
+          {"crawl --font 'Sans:size=abc' -o a.png", "'Sans:size=abc'"},
           {"crawl --text '' -o a.y4m", "--text is empty"},
                                      {"crawl --input header.y4m -o a.y4m", "header"},
                                      {"crawl --input deep.y4m -o a.y4m", "C420p10"},
