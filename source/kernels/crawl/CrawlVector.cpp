@@ -56,7 +56,7 @@ struct Terms {
 // The filtered alpha, (sum >> 8) & 255, over `colour`; all zero where the sum is.
 FLOWER_BLOCK V WithFilteredAlpha(V colour, V sum)
 {
-    return Keep(NonZero32(sum), WithAlphas(colour, sum >> 8));
+    return Select(Eq32(sum, V{}), V{}, WithAlphas(colour, sum >> 8));
 }
 
 // The straight filter with in-range weights, dividing in every lane. A lane whose sum is
@@ -80,15 +80,16 @@ FLOWER_BLOCK V Lerp(V p0, V p1, V wCur, V wNext)
     return Pack16(Shr16(lo, 8), Shr16(hi, 8));
 }
 
-// The straight filter's weights in 32-bit lanes (w0 = 256 - f, w1 = f) and in 16-bit
-// lanes for the lerp (cur = 256 - f, next = f).
-struct Weights {
-    explicit Weights(int fraction)
+// A row's straight filter: weights in 32-bit lanes (w0 = 256 - f, w1 = f) and in 16-bit
+// lanes for the lerp (cur = 256 - f, next = f), and whether unequal blocks divide unsorted.
+struct RowFilter {
+    explicit RowFilter(int fraction)
         : w0(Splat32(u32(256 - fraction))), w1(Splat32(u32(fraction))),
           cur(Splat16(u16(256 - fraction))), next(Splat16(u16(fraction)))
     {
     }
     V w0, w1, cur, next;
+    bool dividing = false;
 };
 
 // Blocks by kind, cheapest first; only blocks with a pair of each kind's exception pay
@@ -97,22 +98,31 @@ struct Weights {
 //    clear pels). This covers the inside of glyphs, the gaps between them, opaque pictures.
 //  - One pel clear, or both of one colour C: C*e / e and (C*e0 + C*e1) / sum are C, so the
 //    colour is a copy. This covers the anti-aliased edges of single-colour text.
-FLOWER_BLOCK V StraightFilter(V s0, V s1, const Weights& w)
+// Once a block divides, the row's next blocks of unequal alphas divide unsorted, exact for
+// every pair (sorting never pays in a translucent strip), until a covered equal block.
+FLOWER_BLOCK V StraightFilter(V s0, V s1, RowFilter& filter)
 {
     const V a0 = Alphas(s0), a1 = Alphas(s1);
     const PelMask equalAlphas = Eq32(a0, a1);
     if (All(equalAlphas)) {
-        const PelMask covered = NonZero32(a0);
-        return None(covered) ? V{} : Keep(covered, Lerp(s0, s1, w.cur, w.next));
+        const PelMask clear = Eq32(a0, V{});
+        if (All(clear))
+            return V{};
+        filter.dividing = false;
+        return Select(clear, V{}, Lerp(s0, s1, filter.cur, filter.next));
     }
-    const Terms terms(a0, a1, w.w0, w.w1);
-    const PelMask copies = Or(Eq32(Mul16(a0, a1), V{}), Eq32((s0 ^ s1) << 8, V{}));
-    if (!All(Or(copies, equalAlphas)))
-        return Straight(s0, s1, terms);
-    const V copied = Select(Eq32(a0, V{}), s1, s0);
-    if (All(copies))
-        return WithFilteredAlpha(copied, terms.sum);
-    return WithFilteredAlpha(Select(equalAlphas, Lerp(s0, s1, w.cur, w.next), copied), terms.sum);
+    const Terms terms(a0, a1, filter.w0, filter.w1);
+    if (!filter.dividing) {
+        const PelMask copies = Or(Eq32(Mul16(a0, a1), V{}), Eq32((s0 ^ s1) << 8, V{}));
+        const V copied = Select(Eq32(a0, V{}), s1, s0);
+        if (All(copies))
+            return WithFilteredAlpha(copied, terms.sum);
+        filter.dividing = !All(Or(copies, equalAlphas));
+        if (!filter.dividing)
+            return WithFilteredAlpha(
+                Select(equalAlphas, Lerp(s0, s1, filter.cur, filter.next), copied), terms.sum);
+    }
+    return Straight(s0, s1, terms);
 }
 
 // v / 256, truncating toward zero.
@@ -182,9 +192,9 @@ void SubpixRow(char* dst, const char* src, int count, int fraction)
 {
     int x = 0;
     if (FractionInRange(fraction)) {
-        const Weights weights(fraction);
+        RowFilter filter(fraction);
         for (; x + kPels <= count; x += kPels)
-            Store(dst, x, StraightFilter(Load(src, x), Load(src, x + 1), weights));
+            Store(dst, x, StraightFilter(Load(src, x), Load(src, x + 1), filter));
     }
     kCrawlScalar.subpix(At(dst, x), At(src, x), count - x, fraction);
 }
@@ -197,9 +207,9 @@ void SubpixGradientRow(char* dst, const char* src, int count, int fraction, int 
     };
     if (!FractionInRange(fraction))
         return scalar(dst, src, count, level);
-    const Weights weights(fraction);
+    RowFilter filter(fraction);
     RunGradient(dst, src, count, level, levelStep, scalar, [&](const char* row, int x, V levels) {
-        return FadeAlpha(levels, StraightFilter(Load(row, x), Load(row, x + 1), weights));
+        return FadeAlpha(levels, StraightFilter(Load(row, x), Load(row, x + 1), filter));
     });
 }
 
