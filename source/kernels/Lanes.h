@@ -86,12 +86,7 @@ typedef float F __attribute__((vector_size(kBytes)));
 
 // --- memory and constants ------------------------------------------------------
 
-FLOWER_BLOCK const char* At(const char* row, int index)
-{
-    return row + std::ptrdiff_t(index) * 4;
-}
-
-FLOWER_BLOCK char* At(char* row, int index)
+template <class Byte> FLOWER_BLOCK Byte* At(Byte* row, int index)
 {
     return row + std::ptrdiff_t(index) * 4;
 }
@@ -131,6 +126,24 @@ FLOWER_BLOCK V Ramp32()
     for (int i = 0; i < kPels; ++i)
         v[i] = u32(i);
     return v;
+}
+
+// Whole blocks of a row of `count` pels, `block(i)` for the one from pel i;
+// returns the first pel left, the scalar set's.
+template <class Block> FLOWER_BLOCK int ForBlocks(int count, Block block)
+{
+    int i = 0;
+    for (; i + kPels <= count; i += kPels)
+        block(i);
+    return i;
+}
+
+// The same, then `tail(at, n)` on the n pels left from byte `at`, if any.
+template <class Block, class Tail> FLOWER_BLOCK void ForBlocks(int count, Block block, Tail tail)
+{
+    const int i = ForBlocks(count, block);
+    if (i < count)
+        tail(std::ptrdiff_t(i) * 4, count - i);
 }
 
 // --- 32-bit lanes -------------------------------------------------------------
@@ -265,21 +278,6 @@ FLOWER_BLOCK V SpreadWord3(V words)
 template <int k> FLOWER_BLOCK V SpreadPel(V v)
 {
     return Shuffle<SpreadRule<k>>(v, v);
-}
-
-// Word 3 of each pel (of 16-bit lanes) replaced by `value`.
-struct WithWord3Rule {
-    static constexpr int From(int i) { return (i & 3) == 3 ? i + kBytes / 2 : i; }
-};
-
-FLOWER_BLOCK V WithWord3(V words, u16 value)
-{
-#if defined(FLOWER_LANES_SSE2)
-    const V odd = V((Ramp32() & 1u) != 0u); // the lanes of words 2 and 3
-    return (words & ~(odd & 0xFFFF0000u)) | (odd & (u32(value) << 16));
-#else
-    return V(Shuffle<WithWord3Rule>(W(words), W{} + value));
-#endif
 }
 
 // Low words of the first (LowPelWords) or last (HighPelWords) two pels of each
@@ -487,20 +485,9 @@ FLOWER_BLOCK PelMask AllPels()
 typedef double D4 __attribute__((vector_size(32)));
 typedef std::int32_t I4 __attribute__((vector_size(16)));
 
-FLOWER_BLOCK D4 SplatD4(double x)
-{
-    return D4{x, x, x, x};
-}
-
 // Two pels' products of each colour byte with alpha, then alpha, lowest byte
 // first: exact in 16 bits and in a double.
 FLOWER_BLOCK void PelTermsD4(D4 terms[2], const u32 pels[2]);
-
-// Truncating, for lanes that fit a signed 32-bit integer.
-FLOWER_BLOCK I4 TruncateD4(D4 x)
-{
-    return __builtin_convertvector(x, I4);
-}
 
 // --- target operations ------------------------------------------------------------
 
@@ -634,12 +621,12 @@ FLOWER_BLOCK void PelTermsD4(D4 terms[2], const u32 pels[2])
     const __m128i x = _mm_unpacklo_epi8(bytes, __m128i{});
     const __m128i alpha = _mm_shufflehi_epi16(_mm_shufflelo_epi16(x, 0xFF), 0xFF);
     const __m128i lane3 = _mm_set_epi16(-1, 0, 0, 0, -1, 0, 0, 0);
-    const __m128i alphaOrOne = _mm_or_si128(_mm_andnot_si128(lane3, alpha),
-                                            _mm_and_si128(lane3, _mm_set1_epi16(1)));
+    const __m128i alphaOrOne =
+        _mm_or_si128(_mm_andnot_si128(lane3, alpha), _mm_and_si128(lane3, _mm_set1_epi16(1)));
     const __m128i products = _mm_mullo_epi16(x, alphaOrOne);
     for (int k = 0; k < 2; ++k) {
-        const __m128i lanes = _mm_unpacklo_epi16(k ? _mm_srli_si128(products, 8) : products,
-                                                 __m128i{});
+        const __m128i lanes =
+            _mm_unpacklo_epi16(k ? _mm_srli_si128(products, 8) : products, __m128i{});
         const __m128d low = _mm_cvtepi32_pd(lanes);
         const __m128d high = _mm_cvtepi32_pd(_mm_srli_si128(lanes, 8));
         terms[k] = D4{low[0], low[1], high[0], high[1]};
@@ -721,7 +708,8 @@ FLOWER_BLOCK bool None(PelMask m)
 FLOWER_BLOCK void PelTermsD4(D4 terms[2], const u32 pels[2])
 {
     const uint16x8_t x = vmovl_u8(vld1_u8(reinterpret_cast<const u8*>(pels)));
-    const uint16x8_t alphaOrOne = __builtin_shufflevector(x, vdupq_n_u16(1), 3, 3, 3, 8, 7, 7, 7, 8);
+    const uint16x8_t alphaOrOne =
+        __builtin_shufflevector(x, vdupq_n_u16(1), 3, 3, 3, 8, 7, 7, 7, 8);
     const uint16x8_t products = vmulq_u16(x, alphaOrOne);
     for (int k = 0; k < 2; ++k) {
         const uint32x4_t lanes = vmovl_u16(k ? vget_high_u16(products) : vget_low_u16(products));

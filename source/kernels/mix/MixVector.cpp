@@ -7,54 +7,42 @@ namespace Kernels {
 namespace FLOWER_KERNEL_TARGET {
 namespace {
 
-// The same as DivideBy255x16 in 32-bit lanes holding at most 65025: the upper
-// halves stay 0.
-FLOWER_BLOCK V DivideBy255x32(V x)
-{
-    return MulHigh16(x + 128u, Splat32(257));
-}
-
 bool FitsInt16(int w)
 {
     return w >= -32768 && w <= 32767;
 }
 
-// alpha * level <= 65025 fits the low 16 bits of each lane.
+// alpha * level <= 65025 fits the low 16 bits of each lane, and DivideBy255x16
+// leaves the upper ones 0.
 void FadeRow(char* dst, const char* src, int count, u32 level)
 {
     const V l = Splat32(level);
-    int i = 0;
-    for (; i + kPels <= count; i += kPels) {
-        const V p = Load(src, i);
-        Store(dst, i, WithAlphas(p, DivideBy255x32(Mul16(Alphas(p), l))));
-    }
+    const int i = ForBlocks(count, [=](int x) {
+        const V p = Load(src, x);
+        Store(dst, x, WithAlphas(p, DivideBy255x16(Mul16(Alphas(p), l))));
+    });
     kMixScalar.fade(At(dst, i), At(src, i), count - i, level);
 }
 
 void MaxRow(char* dst, const char* src1, const char* src2, int count)
 {
-    int i = 0;
-    for (; i + kPels <= count; i += kPels) {
-        const V p1 = Load(src1, i), p2 = Load(src2, i);
-        Store(dst, i, Select(GreaterSigned32(Alphas(p2), Alphas(p1)), p2, p1));
-    }
+    const int i = ForBlocks(count, [=](int x) {
+        const V p1 = Load(src1, x), p2 = Load(src2, x);
+        Store(dst, x, Select(GreaterSigned32(Alphas(p2), Alphas(p1)), p2, p1));
+    });
     kMixScalar.max(At(dst, i), At(src1, i), At(src2, i), count - i);
 }
 
 void SetBitsRow(char* dst, int count, u32 keep, u32 bits)
 {
-    int i = 0;
-    for (; i + kPels <= count; i += kPels)
-        Store(dst, i, (Load(dst, i) & keep) | bits);
+    const int i = ForBlocks(count, [=](int x) { Store(dst, x, (Load(dst, x) & keep) | bits); });
     kMixScalar.setBits(At(dst, i), count - i, keep, bits);
 }
 
 void FillRow(char* dst, int count, u32 colour)
 {
     const V c = Splat32(colour);
-    int i = 0;
-    for (; i + kPels <= count; i += kPels)
-        Store(dst, i, c);
+    const int i = ForBlocks(count, [=](int x) { Store(dst, x, c); });
     kMixScalar.fill(At(dst, i), count - i, colour);
 }
 
@@ -71,36 +59,32 @@ FLOWER_BLOCK V LevelFade(V p, V product)
 // as the scalar u32 one does.
 void LevelFadeRow(char* dst, const char* src, int count, int level)
 {
-    int i = 0;
-    if (FitsInt16(level)) {
-        const V l = Splat32(u32(level) & 0xFFFFu);
-        for (; i + kPels <= count; i += kPels) {
-            const V p = Load(src, i);
-            Store(dst, i, LevelFade(p, MulAddPairs16(Alphas(p), l)));
-        }
-    } else {
-        const V l = Splat32(u32(level));
-        for (; i + kPels <= count; i += kPels) {
-            const V p = Load(src, i);
-            Store(dst, i, LevelFade(p, Alphas(p) * l));
-        }
-    }
+    const V l16 = Splat32(u32(level) & 0xFFFFu), l = Splat32(u32(level));
+    const auto fade = [=](auto product) {
+        return ForBlocks(count, [=](int x) {
+            const V p = Load(src, x);
+            Store(dst, x, LevelFade(p, product(Alphas(p))));
+        });
+    };
+    const int i = FitsInt16(level) ? fade([=](V a) { return MulAddPairs16(a, l16); })
+                                   : fade([=](V a) { return a * l; });
     kMixScalar.levelFade(At(dst, i), At(src, i), count - i, level);
 }
 
-// [b g r a] x2 per block half, multiplied by [a a a 255]: DivideBy255(a * 255) = a.
+// [b g r a] x2 per block half, multiplied by [a a a 255]: DivideBy255(a * 255)
+// = a. As a <= 255, a | 255 = 255 puts the 255 in.
 FLOWER_BLOCK V PreMultHalf(V pels16)
 {
-    return DivideBy255x16(Mul16(pels16, WithWord3(SpreadWord3(pels16), 255)));
+    const V word3 = (Ramp32() & 1u) * 0x00FF0000u; // 255 in word 3 of each pel
+    return DivideBy255x16(Mul16(pels16, SpreadWord3(pels16) | word3));
 }
 
 void PreMultAlphaRow(char* dst, const char* src, int count)
 {
-    int i = 0;
-    for (; i + kPels <= count; i += kPels) {
-        const V p = Load(src, i);
-        Store(dst, i, Pack16(PreMultHalf(LowBytes(p)), PreMultHalf(HighBytes(p))));
-    }
+    const int i = ForBlocks(count, [=](int x) {
+        const V p = Load(src, x);
+        Store(dst, x, Pack16(PreMultHalf(LowBytes(p)), PreMultHalf(HighBytes(p))));
+    });
     kMixScalar.preMultAlpha(At(dst, i), At(src, i), count - i);
 }
 
@@ -123,10 +107,11 @@ FLOWER_BLOCK V MeanHalf(V c1, V w1, V c2, V w2, V adt, V alphaIsOne)
     return MulHigh16(sum, adt) | (sum & alphaIsOne);
 }
 
+// The weights' lanes keep their upper halves 0, as in FadeRow.
 FLOWER_BLOCK V Blend(V p1, V p2, V l1, V l2)
 {
-    const V w1 = DivideBy255x32(Mul16(Alphas(p1), l1));
-    const V w2 = DivideBy255x32(Mul16(Alphas(p2), l2));
+    const V w1 = DivideBy255x16(Mul16(Alphas(p1), l1));
+    const V w2 = DivideBy255x16(Mul16(Alphas(p2), l2));
     const V alpha = MinUnsigned32(w1 + w2, Splat32(255));
     const V adt = AlphaReciprocals(alpha);
     const V one = V(alpha == 1u);
@@ -140,9 +125,8 @@ FLOWER_BLOCK V Blend(V p1, V p2, V l1, V l2)
 void BlendRow(char* dst, const char* src1, const char* src2, int count, u32 level)
 {
     const V l1 = Splat32(255 - level), l2 = Splat32(level);
-    int i = 0;
-    for (; i + kPels <= count; i += kPels)
-        Store(dst, i, Blend(Load(src1, i), Load(src2, i), l1, l2));
+    const int i = ForBlocks(
+        count, [=](int x) { Store(dst, x, Blend(Load(src1, x), Load(src2, x), l1, l2)); });
     kMixScalar.blend(At(dst, i), At(src1, i), At(src2, i), count - i, level);
 }
 
@@ -170,9 +154,8 @@ FLOWER_BLOCK V Add(V p1, V p2)
 
 void AddRow(char* dst, const char* src1, const char* src2, int count)
 {
-    int i = 0;
-    for (; i + kPels <= count; i += kPels)
-        Store(dst, i, Add(Load(src1, i), Load(src2, i)));
+    const int i =
+        ForBlocks(count, [=](int x) { Store(dst, x, Add(Load(src1, x), Load(src2, x))); });
     kMixScalar.add(At(dst, i), At(src1, i), At(src2, i), count - i);
 }
 
@@ -200,12 +183,11 @@ FLOWER_BLOCK V CrossFade(V a, V b, V wa, V wb)
 void CrossFadeRow(char* dst, const char* srcA, const char* srcB, int count, int weightA,
                   int weightB)
 {
+    const V wa = Splat32(u32(weightA)), wb = Splat32(u32(weightB));
     int i = 0;
-    if (kFastProducts32 && weightA >= 0 && weightB >= 0 && weightA <= 256 - weightB) {
-        const V wa = Splat32(u32(weightA)), wb = Splat32(u32(weightB));
-        for (; i + kPels <= count; i += kPels)
-            Store(dst, i, CrossFade(Load(srcA, i), Load(srcB, i), wa, wb));
-    }
+    if (kFastProducts32 && weightA >= 0 && weightB >= 0 && weightA <= 256 - weightB)
+        i = ForBlocks(
+            count, [=](int x) { Store(dst, x, CrossFade(Load(srcA, x), Load(srcB, x), wa, wb)); });
     kMixScalar.crossFade(At(dst, i), At(srcA, i), At(srcB, i), count - i, weightA, weightB);
 }
 
@@ -234,25 +216,20 @@ template <bool kInRange> FLOWER_BLOCK V ShapedCrossFade(V a, V b, V weights)
     return Select(Eq32(a, b), a, Pack16(Pack32(q0, q1), Pack32(q2, q3)));
 }
 
-template <bool kInRange>
-int ShapedCrossFadeBody(char* dst, const char* srcA, const char* srcB, int count, int weightA,
-                        int weightB)
-{
-    const V weights = Splat32((u32(weightB) & 0xFFFFu) << 16 | (u32(weightA) & 0xFFFFu));
-    int i = 0;
-    for (; i + kPels <= count; i += kPels)
-        Store(dst, i, ShapedCrossFade<kInRange>(Load(srcA, i), Load(srcB, i), weights));
-    return i;
-}
-
 void ShapedCrossFadeRow(char* dst, const char* srcA, const char* srcB, int count, int weightA,
                         int weightB)
 {
+    const V weights = Splat32((u32(weightB) & 0xFFFFu) << 16 | (u32(weightA) & 0xFFFFu));
+    const auto fade = [=](auto inRange) {
+        return ForBlocks(count, [=](int x) {
+            Store(dst, x, ShapedCrossFade<inRange>(Load(srcA, x), Load(srcB, x), weights));
+        });
+    };
     int i = 0;
     if (weightA >= 0 && weightB >= 0 && weightA <= 256 - weightB)
-        i = ShapedCrossFadeBody<true>(dst, srcA, srcB, count, weightA, weightB);
+        i = fade(std::true_type());
     else if (FitsInt16(weightA) && FitsInt16(weightB))
-        i = ShapedCrossFadeBody<false>(dst, srcA, srcB, count, weightA, weightB);
+        i = fade(std::false_type());
     kMixScalar.shapedCrossFade(At(dst, i), At(srcA, i), At(srcB, i), count - i, weightA, weightB);
 }
 

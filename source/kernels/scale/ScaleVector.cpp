@@ -118,9 +118,9 @@ void ReadRow(D4* terms, const Pel* row, i32 count)
 // Each lane as ClampChannel gives it once truncated: 255 from 255 up, 0 below 1.
 FLOWER_BLOCK I4 ClampedD4(D4 v)
 {
-    const D4 top = SplatD4(255.0);
+    const D4 top = D4{} + 255.0;
     v = v < top ? v : top;
-    return TruncateD4(v < 1.0 ? SplatD4(0.0) : v);
+    return __builtin_convertvector(v < 1.0 ? D4{} : v, I4);
 }
 
 // The sums of four pels, lanes across channels, as lanes across pels: b, g, r
@@ -193,7 +193,7 @@ void AddBand(const Work& work, i32 count, i32 width, const Band& band)
     for (i32 j = 0; j < count; ++j) {
         const PelTaps& h = work.taps[j];
         const D4* terms = work.terms + h.column;
-        D4 sums = kFirst ? SplatD4(0.0) : work.sums[j];
+        D4 sums = kFirst ? D4{} : work.sums[j];
         double rest = kFirst ? 1.0 : work.rest[j];
         for (i32 b = 0; b < band.rows; ++b, terms += width) {
             const bool withCorner = !(band.lastSkipsCorner && b + 1 == band.rows);
