@@ -88,6 +88,7 @@ typedef float F __attribute__((vector_size(kBytes)));
 
 template <class Byte> FLOWER_BLOCK Byte* At(Byte* row, int index)
 {
+    static_assert(sizeof(Byte) == 1, "rows are addressed by byte");
     return row + std::ptrdiff_t(index) * 4;
 }
 
