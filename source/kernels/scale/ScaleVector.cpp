@@ -216,14 +216,12 @@ void AddBand(const Work& work, i32 count, i32 width, const Band& band)
     }
 }
 
-template <bool kFirst, bool kLast>
-void AddBandTo(const Work& work, i32 count, i32 width, const Band& band)
-{
-    if (*work.widest <= 2)
-        AddBand<kFirst, kLast, true>(work, count, width, band);
-    else
-        AddBand<kFirst, kLast, false>(work, count, width, band);
-}
+// AddBand by [first band][last band][narrow run].
+void (*const kAddBand[2][2][2])(const Work&, i32, i32, const Band&) = {
+    {{AddBand<false, false, false>, AddBand<false, false, true>},
+     {AddBand<false, true, false>, AddBand<false, true, true>}},
+    {{AddBand<true, false, false>, AddBand<true, false, true>},
+     {AddBand<true, true, false>, AddBand<true, true, true>}}};
 
 void ProduceRow(Pel* dst, const ScaleRowJob& job)
 {
@@ -247,14 +245,7 @@ void ProduceRow(Pel* dst, const ScaleRowJob& job)
             band.middleWeight[b] = band.weight[b] * job.hRatio;
             ReadRow(work.terms + std::ptrdiff_t(b) * width, job.rows[i], width);
         }
-        if (first == 0 && last)
-            AddBandTo<true, true>(work, count, width, band);
-        else if (first == 0)
-            AddBandTo<true, false>(work, count, width, band);
-        else if (last)
-            AddBandTo<false, true>(work, count, width, band);
-        else
-            AddBandTo<false, false>(work, count, width, band);
+        kAddBand[first == 0][last][*work.widest <= 2](work, count, width, band);
     }
     i32 j = 0;
     for (; j + 4 <= count; j += 4)
