@@ -105,6 +105,21 @@ FLOWER_BLOCK void Store(char* row, int index, V pels)
     std::memcpy(At(row, index), &pels, sizeof pels);
 }
 
+// Byte `byte` (0..3) of every lane, kPels bytes.
+FLOWER_BLOCK void StorePelBytes(u8* dst, V pels, int byte);
+
+// The same for byte 0 of lanes that hold 0..255, which SSE2 packs unmasked.
+FLOWER_BLOCK void StoreLowBytes(u8* dst, V v)
+{
+#if defined(FLOWER_LANES_SSE2)
+    const __m128i words = _mm_packs_epi32(__m128i(v), __m128i(v));
+    const int four = _mm_cvtsi128_si32(_mm_packus_epi16(words, __m128i{}));
+    std::memcpy(dst, &four, 4);
+#else
+    StorePelBytes(dst, v, 0);
+#endif
+}
+
 FLOWER_BLOCK V Splat32(u32 x)
 {
     return V{} + x;
@@ -264,19 +279,13 @@ FLOWER_BLOCK V HighBytes(V v)
     return InterleaveHigh8(v, V{});
 }
 
-// Lane k of each group of four, in all four.
+// Lane k of each group of four, in all four: pel k of each block in all its
+// 32-bit lanes, or word k of each pel in all its 16-bit lanes.
 template <int k> struct SpreadRule {
     static constexpr int From(int i) { return (i & ~3) + k; }
 };
 
-// Word 3 of each pel (its alpha, widened) into the pel's four 16-bit lanes.
-FLOWER_BLOCK V SpreadWord3(V words)
-{
-    return V(Shuffle<SpreadRule<3>>(W(words), W(words)));
-}
-
-// Pel k of each block in all four of its lanes.
-template <int k> FLOWER_BLOCK V SpreadPel(V v)
+template <int k, class T> FLOWER_BLOCK T Spread(T v)
 {
     return Shuffle<SpreadRule<k>>(v, v);
 }
@@ -562,23 +571,6 @@ FLOWER_BLOCK F ReciprocalBelow(F x)
 #endif
 }
 
-// The low byte of each lane, kPels bytes; lanes hold 0..255.
-FLOWER_BLOCK void StoreLowBytes(u8* dst, V v)
-{
-#if defined(__AVX512BW__)
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm512_cvtepi32_epi8(X(v)));
-#elif defined(__AVX2__)
-    const X bytes = _mm256_packus_epi16(_mm256_packs_epi32(X(v), X(v)), X{});
-    const X ordered = _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 0, 0, 0, 0, 0, 0));
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), _mm256_castsi256_si128(ordered));
-#else
-    const X bytes = _mm_packus_epi16(_mm_packs_epi32(X(v), X(v)), X{});
-    const int four = _mm_cvtsi128_si32(bytes);
-    std::memcpy(dst, &four, 4);
-#endif
-}
-
-// Byte `byte` (0..3) of every pel, kPels bytes.
 FLOWER_BLOCK void StorePelBytes(u8* dst, V pels, int byte)
 {
 #if defined(__AVX512BW__)
@@ -682,18 +674,13 @@ FLOWER_BLOCK F ReciprocalBelow(F x)
     return F(refined) * (1.0f - 1.0f / 8192.0f);
 }
 
-FLOWER_BLOCK void StoreLowBytes(u8* dst, V v)
-{
-    const uint16x4_t words = vmovn_u32((uint32x4_t)v);
-    const uint8x8_t bytes = vmovn_u16(vcombine_u16(words, words));
-    const u32 four = vget_lane_u32(vreinterpret_u32_u8(bytes), 0);
-    std::memcpy(dst, &four, 4);
-}
-
 // The narrowing moves keep the low byte of each lane whatever the rest.
 FLOWER_BLOCK void StorePelBytes(u8* dst, V pels, int byte)
 {
-    StoreLowBytes(dst, pels >> (8 * byte));
+    const uint16x4_t words = vmovn_u32((uint32x4_t)(pels >> (8 * byte)));
+    const uint8x8_t bytes = vmovn_u16(vcombine_u16(words, words));
+    const u32 four = vget_lane_u32(vreinterpret_u32_u8(bytes), 0);
+    std::memcpy(dst, &four, 4);
 }
 
 FLOWER_BLOCK bool All(PelMask m)

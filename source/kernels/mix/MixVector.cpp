@@ -46,12 +46,11 @@ void FillRow(char* dst, int count, u32 colour)
     kMixScalar.fill(At(dst, i), count - i, colour);
 }
 
-// (A * level) / 256 truncates toward zero: a negative product gets 255 added
+// Signed division by 256 truncates toward zero: a negative sum gets 255 added
 // before the arithmetic shift.
-FLOWER_BLOCK V LevelFade(V p, V product)
+FLOWER_BLOCK V DivideBy256(V sum)
 {
-    const V bias = Sar32(product, 31) >> 24;
-    return WithAlphas(p, Sar32(product + bias, 8));
+    return Sar32(sum + (Sar32(sum, 31) >> 24), 8);
 }
 
 // A level that fits 16 signed bits multiplies by pairs, one cheap step: the
@@ -63,7 +62,7 @@ void LevelFadeRow(char* dst, const char* src, int count, int level)
     const auto fade = [=](auto product) {
         return ForBlocks(count, [=](int x) {
             const V p = Load(src, x);
-            Store(dst, x, LevelFade(p, product(Alphas(p))));
+            Store(dst, x, WithAlphas(p, DivideBy256(product(Alphas(p)))));
         });
     };
     const int i = FitsInt16(level) ? fade([=](V a) { return MulAddPairs16(a, l16); })
@@ -76,7 +75,7 @@ void LevelFadeRow(char* dst, const char* src, int count, int level)
 FLOWER_BLOCK V PreMultHalf(V pels16)
 {
     const V word3 = (Ramp32() & 1u) * 0x00FF0000u; // 255 in word 3 of each pel
-    return DivideBy255x16(Mul16(pels16, SpreadWord3(pels16) | word3));
+    return DivideBy255x16(Mul16(pels16, V(Spread<3>(W(pels16))) | word3));
 }
 
 void PreMultAlphaRow(char* dst, const char* src, int count)
@@ -135,7 +134,7 @@ void BlendRow(char* dst, const char* src1, const char* src2, int count, u32 leve
 // 2 * 255 * 255 and the quotient 509: only its low 8 bits are kept.
 FLOWER_BLOCK V AddPel(V pairs16, V adt)
 {
-    const V sums = MulAddPairs16(pairs16, SpreadPel<3>(pairs16));
+    const V sums = MulAddPairs16(pairs16, Spread<3>(pairs16));
     return ((sums * adt) >> 16) & 0xFFu;
 }
 
@@ -145,10 +144,10 @@ FLOWER_BLOCK V Add(V p1, V p2)
     const V adt = AlphaReciprocals(alpha);
     // [b1 b2 g1 g2 r1 r2 a1 a2] 16-bit lanes, one pel a block quarter
     const V lo = InterleaveLow8(p1, p2), hi = InterleaveHigh8(p1, p2);
-    const V q0 = AddPel(LowBytes(lo), SpreadPel<0>(adt));
-    const V q1 = AddPel(HighBytes(lo), SpreadPel<1>(adt));
-    const V q2 = AddPel(LowBytes(hi), SpreadPel<2>(adt));
-    const V q3 = AddPel(HighBytes(hi), SpreadPel<3>(adt));
+    const V q0 = AddPel(LowBytes(lo), Spread<0>(adt));
+    const V q1 = AddPel(HighBytes(lo), Spread<1>(adt));
+    const V q2 = AddPel(LowBytes(hi), Spread<2>(adt));
+    const V q3 = AddPel(HighBytes(hi), Spread<3>(adt));
     return WithAlphas(Pack16(Pack32(q0, q1), Pack32(q2, q3)), alpha);
 }
 
@@ -192,17 +191,13 @@ void CrossFadeRow(char* dst, const char* srcA, const char* srcB, int count, int 
 }
 
 // One pel a block quarter: [xa xb] 16-bit pairs times [wa wb] summed; weights
-// that fit 16 signed bits keep every sum exact in 32. Signed division by 256
-// truncates toward zero: negative sums get 255 added before the shift.
-// Weights of 0 or more summing to 256 at most keep the sum in 0..255 * 256:
-// a plain shift then, and nothing to mask.
+// that fit 16 signed bits keep every sum exact in 32. Weights of 0 or more
+// summing to 256 at most keep the sum in 0..255 * 256: a plain shift then,
+// and nothing to mask.
 template <bool kInRange> FLOWER_BLOCK V ShapedPel(V pairs16, V weights)
 {
     const V sum = MulAddPairs16(pairs16, weights);
-    if (kInRange)
-        return sum >> 8;
-    const V bias = Sar32(sum, 31) >> 24;
-    return Sar32(sum + bias, 8) & 0xFFu;
+    return kInRange ? sum >> 8 : DivideBy256(sum) & 0xFFu;
 }
 
 template <bool kInRange> FLOWER_BLOCK V ShapedCrossFade(V a, V b, V weights)
