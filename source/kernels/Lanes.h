@@ -65,11 +65,7 @@ constexpr int kBytes = 16;
 constexpr int kPels = kBytes / 4;
 // Whether a float division costs less than a reciprocal estimate, a product and a
 // correction: on AVX-512 machines it takes several times as long.
-#if defined(__AVX512BW__)
-constexpr bool kFastDivideF = false;
-#else
-constexpr bool kFastDivideF = true;
-#endif
+constexpr bool kFastDivideF = kBytes < 64;
 // Whether 32-bit lane products are one instruction; SSE2 builds them from
 // several, which loses to the scalar loop where that returns early.
 #if defined(FLOWER_LANES_SSE2)
@@ -617,13 +613,8 @@ FLOWER_BLOCK void PelTermsD4(D4 terms[2], const u32 pels[2])
     const __m128i alphaOrOne =
         _mm_or_si128(_mm_andnot_si128(lane3, alpha), _mm_and_si128(lane3, _mm_set1_epi16(1)));
     const __m128i products = _mm_mullo_epi16(x, alphaOrOne);
-    for (int k = 0; k < 2; ++k) {
-        const __m128i lanes =
-            _mm_unpacklo_epi16(k ? _mm_srli_si128(products, 8) : products, __m128i{});
-        const __m128d low = _mm_cvtepi32_pd(lanes);
-        const __m128d high = _mm_cvtepi32_pd(_mm_srli_si128(lanes, 8));
-        terms[k] = D4{low[0], low[1], high[0], high[1]};
-    }
+    terms[0] = __builtin_convertvector(I4(_mm_unpacklo_epi16(products, __m128i{})), D4);
+    terms[1] = __builtin_convertvector(I4(_mm_unpackhi_epi16(products, __m128i{})), D4);
 #endif
 }
 
