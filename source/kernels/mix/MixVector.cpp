@@ -100,12 +100,6 @@ FLOWER_BLOCK V AlphaReciprocals(V alpha)
 // ((c1 * w1 + c2 * w2) * adt[A]) >> 16 for two pels a block half, w1 + w2 = A.
 // The sum is at most 255 * A, so it and adt[A] (A >= 2) fit 16 bits and mulhi
 // is the exact quotient; adt[1] = 65536 is 0 in 16 bits and A = 1 keeps the sum.
-FLOWER_BLOCK V MeanHalf(V c1, V w1, V c2, V w2, V adt, V alphaIsOne)
-{
-    const V sum = Add16(Mul16(c1, w1), Mul16(c2, w2));
-    return MulHigh16(sum, adt) | (sum & alphaIsOne);
-}
-
 // The weights' lanes keep their upper halves 0, as in FadeRow.
 FLOWER_BLOCK V Blend(V p1, V p2, V l1, V l2)
 {
@@ -114,10 +108,12 @@ FLOWER_BLOCK V Blend(V p1, V p2, V l1, V l2)
     const V alpha = MinUnsigned32(w1 + w2, Splat32(255));
     const V adt = AlphaReciprocals(alpha);
     const V one = V(alpha == 1u);
-    const V lo = MeanHalf(LowBytes(p1), LowPelWords(w1), LowBytes(p2), LowPelWords(w2),
-                          LowPelWords(adt), LowPelWords(one));
-    const V hi = MeanHalf(HighBytes(p1), HighPelWords(w1), HighBytes(p2), HighPelWords(w2),
-                          HighPelWords(adt), HighPelWords(one));
+    const auto half = [=](V c1, V c2, auto words) {
+        const V sum = Add16(Mul16(c1, words(w1)), Mul16(c2, words(w2)));
+        return MulHigh16(sum, words(adt)) | (sum & words(one));
+    };
+    const V lo = half(LowBytes(p1), LowBytes(p2), [](V v) { return LowPelWords(v); });
+    const V hi = half(HighBytes(p1), HighBytes(p2), [](V v) { return HighPelWords(v); });
     return WithAlphas(Pack16(lo, hi), alpha);
 }
 
