@@ -65,11 +65,7 @@ constexpr int kBytes = 16;
 constexpr int kPels = kBytes / 4;
 // Whether a float division costs less than a reciprocal estimate, a product and a
 // correction: on AVX-512 machines it takes several times as long.
-#if defined(__AVX512BW__)
-constexpr bool kFastDivideF = false;
-#else
-constexpr bool kFastDivideF = true;
-#endif
+constexpr bool kFastDivideF = kBytes < 64;
 // Whether 32-bit lane products are one instruction; SSE2 builds them from
 // several, which loses to the scalar loop where that returns early.
 #if defined(FLOWER_LANES_SSE2)
@@ -86,13 +82,9 @@ typedef float F __attribute__((vector_size(kBytes)));
 
 // --- memory and constants ------------------------------------------------------
 
-FLOWER_BLOCK const char* At(const char* row, int index)
+template <class Byte> FLOWER_BLOCK Byte* At(Byte* row, int index)
 {
-    return row + std::ptrdiff_t(index) * 4;
-}
-
-FLOWER_BLOCK char* At(char* row, int index)
-{
+    static_assert(sizeof(Byte) == 1, "rows are addressed by byte");
     return row + std::ptrdiff_t(index) * 4;
 }
 
@@ -107,6 +99,21 @@ FLOWER_BLOCK V Load(const char* row, int index)
 FLOWER_BLOCK void Store(char* row, int index, V pels)
 {
     std::memcpy(At(row, index), &pels, sizeof pels);
+}
+
+// Byte `byte` (0..3) of every lane, kPels bytes.
+FLOWER_BLOCK void StorePelBytes(u8* dst, V pels, int byte);
+
+// The same for byte 0 of lanes that hold 0..255, which SSE2 packs unmasked.
+FLOWER_BLOCK void StoreLowBytes(u8* dst, V v)
+{
+#if defined(FLOWER_LANES_SSE2)
+    const __m128i words = _mm_packs_epi32(__m128i(v), __m128i(v));
+    const int four = _mm_cvtsi128_si32(_mm_packus_epi16(words, __m128i{}));
+    std::memcpy(dst, &four, 4);
+#else
+    StorePelBytes(dst, v, 0);
+#endif
 }
 
 FLOWER_BLOCK V Splat32(u32 x)
@@ -131,6 +138,24 @@ FLOWER_BLOCK V Ramp32()
     for (int i = 0; i < kPels; ++i)
         v[i] = u32(i);
     return v;
+}
+
+// Whole blocks of a row of `count` pels, `block(i)` for the one from pel i;
+// returns the first pel left, the scalar set's.
+template <class Block> FLOWER_BLOCK int ForBlocks(int count, Block block)
+{
+    int i = 0;
+    for (; i + kPels <= count; i += kPels)
+        block(i);
+    return i;
+}
+
+// The same, then `tail(at, n)` on the n pels left from byte `at`, if any.
+template <class Block, class Tail> FLOWER_BLOCK void ForBlocks(int count, Block block, Tail tail)
+{
+    const int i = ForBlocks(count, block);
+    if (i < count)
+        tail(std::ptrdiff_t(i) * 4, count - i);
 }
 
 // --- 32-bit lanes -------------------------------------------------------------
@@ -250,36 +275,15 @@ FLOWER_BLOCK V HighBytes(V v)
     return InterleaveHigh8(v, V{});
 }
 
-// Lane k of each group of four, in all four.
+// Lane k of each group of four, in all four: pel k of each block in all its
+// 32-bit lanes, or word k of each pel in all its 16-bit lanes.
 template <int k> struct SpreadRule {
     static constexpr int From(int i) { return (i & ~3) + k; }
 };
 
-// Word 3 of each pel (its alpha, widened) into the pel's four 16-bit lanes.
-FLOWER_BLOCK V SpreadWord3(V words)
-{
-    return V(Shuffle<SpreadRule<3>>(W(words), W(words)));
-}
-
-// Pel k of each block in all four of its lanes.
-template <int k> FLOWER_BLOCK V SpreadPel(V v)
+template <int k, class T> FLOWER_BLOCK T Spread(T v)
 {
     return Shuffle<SpreadRule<k>>(v, v);
-}
-
-// Word 3 of each pel (of 16-bit lanes) replaced by `value`.
-struct WithWord3Rule {
-    static constexpr int From(int i) { return (i & 3) == 3 ? i + kBytes / 2 : i; }
-};
-
-FLOWER_BLOCK V WithWord3(V words, u16 value)
-{
-#if defined(FLOWER_LANES_SSE2)
-    const V odd = V((Ramp32() & 1u) != 0u); // the lanes of words 2 and 3
-    return (words & ~(odd & 0xFFFF0000u)) | (odd & (u32(value) << 16));
-#else
-    return V(Shuffle<WithWord3Rule>(W(words), W{} + value));
-#endif
 }
 
 // Low words of the first (LowPelWords) or last (HighPelWords) two pels of each
@@ -487,20 +491,9 @@ FLOWER_BLOCK PelMask AllPels()
 typedef double D4 __attribute__((vector_size(32)));
 typedef std::int32_t I4 __attribute__((vector_size(16)));
 
-FLOWER_BLOCK D4 SplatD4(double x)
-{
-    return D4{x, x, x, x};
-}
-
 // Two pels' products of each colour byte with alpha, then alpha, lowest byte
 // first: exact in 16 bits and in a double.
 FLOWER_BLOCK void PelTermsD4(D4 terms[2], const u32 pels[2]);
-
-// Truncating, for lanes that fit a signed 32-bit integer.
-FLOWER_BLOCK I4 TruncateD4(D4 x)
-{
-    return __builtin_convertvector(x, I4);
-}
 
 // --- target operations ------------------------------------------------------------
 
@@ -574,23 +567,6 @@ FLOWER_BLOCK F ReciprocalBelow(F x)
 #endif
 }
 
-// The low byte of each lane, kPels bytes; lanes hold 0..255.
-FLOWER_BLOCK void StoreLowBytes(u8* dst, V v)
-{
-#if defined(__AVX512BW__)
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm512_cvtepi32_epi8(X(v)));
-#elif defined(__AVX2__)
-    const X bytes = _mm256_packus_epi16(_mm256_packs_epi32(X(v), X(v)), X{});
-    const X ordered = _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 0, 0, 0, 0, 0, 0));
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), _mm256_castsi256_si128(ordered));
-#else
-    const X bytes = _mm_packus_epi16(_mm_packs_epi32(X(v), X(v)), X{});
-    const int four = _mm_cvtsi128_si32(bytes);
-    std::memcpy(dst, &four, 4);
-#endif
-}
-
-// Byte `byte` (0..3) of every pel, kPels bytes.
 FLOWER_BLOCK void StorePelBytes(u8* dst, V pels, int byte)
 {
 #if defined(__AVX512BW__)
@@ -634,16 +610,11 @@ FLOWER_BLOCK void PelTermsD4(D4 terms[2], const u32 pels[2])
     const __m128i x = _mm_unpacklo_epi8(bytes, __m128i{});
     const __m128i alpha = _mm_shufflehi_epi16(_mm_shufflelo_epi16(x, 0xFF), 0xFF);
     const __m128i lane3 = _mm_set_epi16(-1, 0, 0, 0, -1, 0, 0, 0);
-    const __m128i alphaOrOne = _mm_or_si128(_mm_andnot_si128(lane3, alpha),
-                                            _mm_and_si128(lane3, _mm_set1_epi16(1)));
+    const __m128i alphaOrOne =
+        _mm_or_si128(_mm_andnot_si128(lane3, alpha), _mm_and_si128(lane3, _mm_set1_epi16(1)));
     const __m128i products = _mm_mullo_epi16(x, alphaOrOne);
-    for (int k = 0; k < 2; ++k) {
-        const __m128i lanes = _mm_unpacklo_epi16(k ? _mm_srli_si128(products, 8) : products,
-                                                 __m128i{});
-        const __m128d low = _mm_cvtepi32_pd(lanes);
-        const __m128d high = _mm_cvtepi32_pd(_mm_srli_si128(lanes, 8));
-        terms[k] = D4{low[0], low[1], high[0], high[1]};
-    }
+    terms[0] = __builtin_convertvector(I4(_mm_unpacklo_epi16(products, __m128i{})), D4);
+    terms[1] = __builtin_convertvector(I4(_mm_unpackhi_epi16(products, __m128i{})), D4);
 #endif
 }
 
@@ -694,18 +665,13 @@ FLOWER_BLOCK F ReciprocalBelow(F x)
     return F(refined) * (1.0f - 1.0f / 8192.0f);
 }
 
-FLOWER_BLOCK void StoreLowBytes(u8* dst, V v)
-{
-    const uint16x4_t words = vmovn_u32((uint32x4_t)v);
-    const uint8x8_t bytes = vmovn_u16(vcombine_u16(words, words));
-    const u32 four = vget_lane_u32(vreinterpret_u32_u8(bytes), 0);
-    std::memcpy(dst, &four, 4);
-}
-
 // The narrowing moves keep the low byte of each lane whatever the rest.
 FLOWER_BLOCK void StorePelBytes(u8* dst, V pels, int byte)
 {
-    StoreLowBytes(dst, pels >> (8 * byte));
+    const uint16x4_t words = vmovn_u32((uint32x4_t)(pels >> (8 * byte)));
+    const uint8x8_t bytes = vmovn_u16(vcombine_u16(words, words));
+    const u32 four = vget_lane_u32(vreinterpret_u32_u8(bytes), 0);
+    std::memcpy(dst, &four, 4);
 }
 
 FLOWER_BLOCK bool All(PelMask m)
@@ -721,7 +687,8 @@ FLOWER_BLOCK bool None(PelMask m)
 FLOWER_BLOCK void PelTermsD4(D4 terms[2], const u32 pels[2])
 {
     const uint16x8_t x = vmovl_u8(vld1_u8(reinterpret_cast<const u8*>(pels)));
-    const uint16x8_t alphaOrOne = __builtin_shufflevector(x, vdupq_n_u16(1), 3, 3, 3, 8, 7, 7, 7, 8);
+    const uint16x8_t alphaOrOne =
+        __builtin_shufflevector(x, vdupq_n_u16(1), 3, 3, 3, 8, 7, 7, 7, 8);
     const uint16x8_t products = vmulq_u16(x, alphaOrOne);
     for (int k = 0; k < 2; ++k) {
         const uint32x4_t lanes = vmovl_u16(k ? vget_high_u16(products) : vget_low_u16(products));

@@ -18,37 +18,31 @@ FLOWER_BLOCK V Weighted(V p)
     return br + ga;
 }
 
-template <class Block> int ForBlocks(u8* dst, const u8* pels, int count, Block block)
-{
-    int i = 0;
-    for (; i + kPels <= count; i += kPels)
-        StoreLowBytes(dst + i, block(Load(reinterpret_cast<const char*>(pels), i)));
-    return i;
-}
-
 void ByteRow(u8* dst, const u8* pels, int count, int byte)
 {
-    int i = 0;
-    for (; i + kPels <= count; i += kPels)
-        StorePelBytes(dst + i, Load(reinterpret_cast<const char*>(pels), i), byte);
-    kChannelScalar.byteRow(dst + i, pels + std::ptrdiff_t(i) * 4, count - i, byte);
+    const char* row = reinterpret_cast<const char*>(pels);
+    const int i = ForBlocks(count, [=](int x) { StorePelBytes(dst + x, Load(row, x), byte); });
+    kChannelScalar.byteRow(dst + i, At(pels, i), count - i, byte);
 }
 
 void CoveredLuminanceRow(u8* dst, const u8* pels, int count)
 {
-    const int i = ForBlocks(dst, pels, count, [](V p) {
-        return Truncate(ToFloat(Weighted(p) * Alphas(p)) / SplatF(65025.0f));
+    const char* row = reinterpret_cast<const char*>(pels);
+    const int i = ForBlocks(count, [=](int x) {
+        const V p = Load(row, x);
+        StoreLowBytes(dst + x, Truncate(ToFloat(Weighted(p) * Alphas(p)) / SplatF(65025.0f)));
     });
-    kChannelScalar.coveredLuminance(dst + i, pels + std::ptrdiff_t(i) * 4, count - i);
+    kChannelScalar.coveredLuminance(dst + i, At(pels, i), count - i);
 }
 
 void LuminanceRow(u8* dst, const u8* pels, int count)
 {
-    const int i = ForBlocks(dst, pels, count, [](V p) {
-        const V w = Weighted(p);
-        return (w + 1u + (w >> 8)) >> 8;
+    const char* row = reinterpret_cast<const char*>(pels);
+    const int i = ForBlocks(count, [=](int x) {
+        const V w = Weighted(Load(row, x));
+        StoreLowBytes(dst + x, (w + 1u + (w >> 8)) >> 8);
     });
-    kChannelScalar.luminance(dst + i, pels + std::ptrdiff_t(i) * 4, count - i);
+    kChannelScalar.luminance(dst + i, At(pels, i), count - i);
 }
 
 } // namespace

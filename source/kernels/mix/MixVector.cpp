@@ -7,63 +7,50 @@ namespace Kernels {
 namespace FLOWER_KERNEL_TARGET {
 namespace {
 
-// The same as DivideBy255x16 in 32-bit lanes holding at most 65025: the upper
-// halves stay 0.
-FLOWER_BLOCK V DivideBy255x32(V x)
-{
-    return MulHigh16(x + 128u, Splat32(257));
-}
-
 bool FitsInt16(int w)
 {
     return w >= -32768 && w <= 32767;
 }
 
-// alpha * level <= 65025 fits the low 16 bits of each lane.
+// alpha * level <= 65025 fits the low 16 bits of each lane, and DivideBy255x16
+// leaves the upper ones 0.
 void FadeRow(char* dst, const char* src, int count, u32 level)
 {
     const V l = Splat32(level);
-    int i = 0;
-    for (; i + kPels <= count; i += kPels) {
-        const V p = Load(src, i);
-        Store(dst, i, WithAlphas(p, DivideBy255x32(Mul16(Alphas(p), l))));
-    }
+    const int i = ForBlocks(count, [=](int x) {
+        const V p = Load(src, x);
+        Store(dst, x, WithAlphas(p, DivideBy255x16(Mul16(Alphas(p), l))));
+    });
     kMixScalar.fade(At(dst, i), At(src, i), count - i, level);
 }
 
 void MaxRow(char* dst, const char* src1, const char* src2, int count)
 {
-    int i = 0;
-    for (; i + kPels <= count; i += kPels) {
-        const V p1 = Load(src1, i), p2 = Load(src2, i);
-        Store(dst, i, Select(GreaterSigned32(Alphas(p2), Alphas(p1)), p2, p1));
-    }
+    const int i = ForBlocks(count, [=](int x) {
+        const V p1 = Load(src1, x), p2 = Load(src2, x);
+        Store(dst, x, Select(GreaterSigned32(Alphas(p2), Alphas(p1)), p2, p1));
+    });
     kMixScalar.max(At(dst, i), At(src1, i), At(src2, i), count - i);
 }
 
 void SetBitsRow(char* dst, int count, u32 keep, u32 bits)
 {
-    int i = 0;
-    for (; i + kPels <= count; i += kPels)
-        Store(dst, i, (Load(dst, i) & keep) | bits);
+    const int i = ForBlocks(count, [=](int x) { Store(dst, x, (Load(dst, x) & keep) | bits); });
     kMixScalar.setBits(At(dst, i), count - i, keep, bits);
 }
 
 void FillRow(char* dst, int count, u32 colour)
 {
     const V c = Splat32(colour);
-    int i = 0;
-    for (; i + kPels <= count; i += kPels)
-        Store(dst, i, c);
+    const int i = ForBlocks(count, [=](int x) { Store(dst, x, c); });
     kMixScalar.fill(At(dst, i), count - i, colour);
 }
 
-// (A * level) / 256 truncates toward zero: a negative product gets 255 added
+// Signed division by 256 truncates toward zero: a negative sum gets 255 added
 // before the arithmetic shift.
-FLOWER_BLOCK V LevelFade(V p, V product)
+FLOWER_BLOCK V DivideBy256(V sum)
 {
-    const V bias = Sar32(product, 31) >> 24;
-    return WithAlphas(p, Sar32(product + bias, 8));
+    return Sar32(sum + (Sar32(sum, 31) >> 24), 8);
 }
 
 // A level that fits 16 signed bits multiplies by pairs, one cheap step: the
@@ -71,36 +58,32 @@ FLOWER_BLOCK V LevelFade(V p, V product)
 // as the scalar u32 one does.
 void LevelFadeRow(char* dst, const char* src, int count, int level)
 {
-    int i = 0;
-    if (FitsInt16(level)) {
-        const V l = Splat32(u32(level) & 0xFFFFu);
-        for (; i + kPels <= count; i += kPels) {
-            const V p = Load(src, i);
-            Store(dst, i, LevelFade(p, MulAddPairs16(Alphas(p), l)));
-        }
-    } else {
-        const V l = Splat32(u32(level));
-        for (; i + kPels <= count; i += kPels) {
-            const V p = Load(src, i);
-            Store(dst, i, LevelFade(p, Alphas(p) * l));
-        }
-    }
+    const V l16 = Splat32(u32(level) & 0xFFFFu), l = Splat32(u32(level));
+    const auto fade = [=](auto product) {
+        return ForBlocks(count, [=](int x) {
+            const V p = Load(src, x);
+            Store(dst, x, WithAlphas(p, DivideBy256(product(Alphas(p)))));
+        });
+    };
+    const int i = FitsInt16(level) ? fade([=](V a) { return MulAddPairs16(a, l16); })
+                                   : fade([=](V a) { return a * l; });
     kMixScalar.levelFade(At(dst, i), At(src, i), count - i, level);
 }
 
-// [b g r a] x2 per block half, multiplied by [a a a 255]: DivideBy255(a * 255) = a.
+// [b g r a] x2 per block half, multiplied by [a a a 255]: DivideBy255(a * 255)
+// = a. As a <= 255, a | 255 = 255 puts the 255 in.
 FLOWER_BLOCK V PreMultHalf(V pels16)
 {
-    return DivideBy255x16(Mul16(pels16, WithWord3(SpreadWord3(pels16), 255)));
+    const V word3 = (Ramp32() & 1u) * 0x00FF0000u; // 255 in word 3 of each pel
+    return DivideBy255x16(Mul16(pels16, V(Spread<3>(W(pels16))) | word3));
 }
 
 void PreMultAlphaRow(char* dst, const char* src, int count)
 {
-    int i = 0;
-    for (; i + kPels <= count; i += kPels) {
-        const V p = Load(src, i);
-        Store(dst, i, Pack16(PreMultHalf(LowBytes(p)), PreMultHalf(HighBytes(p))));
-    }
+    const int i = ForBlocks(count, [=](int x) {
+        const V p = Load(src, x);
+        Store(dst, x, Pack16(PreMultHalf(LowBytes(p)), PreMultHalf(HighBytes(p))));
+    });
     kMixScalar.preMultAlpha(At(dst, i), At(src, i), count - i);
 }
 
@@ -117,32 +100,28 @@ FLOWER_BLOCK V AlphaReciprocals(V alpha)
 // ((c1 * w1 + c2 * w2) * adt[A]) >> 16 for two pels a block half, w1 + w2 = A.
 // The sum is at most 255 * A, so it and adt[A] (A >= 2) fit 16 bits and mulhi
 // is the exact quotient; adt[1] = 65536 is 0 in 16 bits and A = 1 keeps the sum.
-FLOWER_BLOCK V MeanHalf(V c1, V w1, V c2, V w2, V adt, V alphaIsOne)
-{
-    const V sum = Add16(Mul16(c1, w1), Mul16(c2, w2));
-    return MulHigh16(sum, adt) | (sum & alphaIsOne);
-}
-
+// The weights' lanes keep their upper halves 0, as in FadeRow.
 FLOWER_BLOCK V Blend(V p1, V p2, V l1, V l2)
 {
-    const V w1 = DivideBy255x32(Mul16(Alphas(p1), l1));
-    const V w2 = DivideBy255x32(Mul16(Alphas(p2), l2));
+    const V w1 = DivideBy255x16(Mul16(Alphas(p1), l1));
+    const V w2 = DivideBy255x16(Mul16(Alphas(p2), l2));
     const V alpha = MinUnsigned32(w1 + w2, Splat32(255));
     const V adt = AlphaReciprocals(alpha);
     const V one = V(alpha == 1u);
-    const V lo = MeanHalf(LowBytes(p1), LowPelWords(w1), LowBytes(p2), LowPelWords(w2),
-                          LowPelWords(adt), LowPelWords(one));
-    const V hi = MeanHalf(HighBytes(p1), HighPelWords(w1), HighBytes(p2), HighPelWords(w2),
-                          HighPelWords(adt), HighPelWords(one));
+    const auto half = [=](V c1, V c2, auto words) {
+        const V sum = Add16(Mul16(c1, words(w1)), Mul16(c2, words(w2)));
+        return MulHigh16(sum, words(adt)) | (sum & words(one));
+    };
+    const V lo = half(LowBytes(p1), LowBytes(p2), [](V v) { return LowPelWords(v); });
+    const V hi = half(HighBytes(p1), HighBytes(p2), [](V v) { return HighPelWords(v); });
     return WithAlphas(Pack16(lo, hi), alpha);
 }
 
 void BlendRow(char* dst, const char* src1, const char* src2, int count, u32 level)
 {
     const V l1 = Splat32(255 - level), l2 = Splat32(level);
-    int i = 0;
-    for (; i + kPels <= count; i += kPels)
-        Store(dst, i, Blend(Load(src1, i), Load(src2, i), l1, l2));
+    const int i = ForBlocks(
+        count, [=](int x) { Store(dst, x, Blend(Load(src1, x), Load(src2, x), l1, l2)); });
     kMixScalar.blend(At(dst, i), At(src1, i), At(src2, i), count - i, level);
 }
 
@@ -151,7 +130,7 @@ void BlendRow(char* dst, const char* src1, const char* src2, int count, u32 leve
 // 2 * 255 * 255 and the quotient 509: only its low 8 bits are kept.
 FLOWER_BLOCK V AddPel(V pairs16, V adt)
 {
-    const V sums = MulAddPairs16(pairs16, SpreadPel<3>(pairs16));
+    const V sums = MulAddPairs16(pairs16, Spread<3>(pairs16));
     return ((sums * adt) >> 16) & 0xFFu;
 }
 
@@ -161,18 +140,17 @@ FLOWER_BLOCK V Add(V p1, V p2)
     const V adt = AlphaReciprocals(alpha);
     // [b1 b2 g1 g2 r1 r2 a1 a2] 16-bit lanes, one pel a block quarter
     const V lo = InterleaveLow8(p1, p2), hi = InterleaveHigh8(p1, p2);
-    const V q0 = AddPel(LowBytes(lo), SpreadPel<0>(adt));
-    const V q1 = AddPel(HighBytes(lo), SpreadPel<1>(adt));
-    const V q2 = AddPel(LowBytes(hi), SpreadPel<2>(adt));
-    const V q3 = AddPel(HighBytes(hi), SpreadPel<3>(adt));
+    const V q0 = AddPel(LowBytes(lo), Spread<0>(adt));
+    const V q1 = AddPel(HighBytes(lo), Spread<1>(adt));
+    const V q2 = AddPel(LowBytes(hi), Spread<2>(adt));
+    const V q3 = AddPel(HighBytes(hi), Spread<3>(adt));
     return WithAlphas(Pack16(Pack32(q0, q1), Pack32(q2, q3)), alpha);
 }
 
 void AddRow(char* dst, const char* src1, const char* src2, int count)
 {
-    int i = 0;
-    for (; i + kPels <= count; i += kPels)
-        Store(dst, i, Add(Load(src1, i), Load(src2, i)));
+    const int i =
+        ForBlocks(count, [=](int x) { Store(dst, x, Add(Load(src1, x), Load(src2, x))); });
     kMixScalar.add(At(dst, i), At(src1, i), At(src2, i), count - i);
 }
 
@@ -200,27 +178,22 @@ FLOWER_BLOCK V CrossFade(V a, V b, V wa, V wb)
 void CrossFadeRow(char* dst, const char* srcA, const char* srcB, int count, int weightA,
                   int weightB)
 {
+    const V wa = Splat32(u32(weightA)), wb = Splat32(u32(weightB));
     int i = 0;
-    if (kFastProducts32 && weightA >= 0 && weightB >= 0 && weightA <= 256 - weightB) {
-        const V wa = Splat32(u32(weightA)), wb = Splat32(u32(weightB));
-        for (; i + kPels <= count; i += kPels)
-            Store(dst, i, CrossFade(Load(srcA, i), Load(srcB, i), wa, wb));
-    }
+    if (kFastProducts32 && weightA >= 0 && weightB >= 0 && weightA <= 256 - weightB)
+        i = ForBlocks(
+            count, [=](int x) { Store(dst, x, CrossFade(Load(srcA, x), Load(srcB, x), wa, wb)); });
     kMixScalar.crossFade(At(dst, i), At(srcA, i), At(srcB, i), count - i, weightA, weightB);
 }
 
 // One pel a block quarter: [xa xb] 16-bit pairs times [wa wb] summed; weights
-// that fit 16 signed bits keep every sum exact in 32. Signed division by 256
-// truncates toward zero: negative sums get 255 added before the shift.
-// Weights of 0 or more summing to 256 at most keep the sum in 0..255 * 256:
-// a plain shift then, and nothing to mask.
+// that fit 16 signed bits keep every sum exact in 32. Weights of 0 or more
+// summing to 256 at most keep the sum in 0..255 * 256: a plain shift then,
+// and nothing to mask.
 template <bool kInRange> FLOWER_BLOCK V ShapedPel(V pairs16, V weights)
 {
     const V sum = MulAddPairs16(pairs16, weights);
-    if (kInRange)
-        return sum >> 8;
-    const V bias = Sar32(sum, 31) >> 24;
-    return Sar32(sum + bias, 8) & 0xFFu;
+    return kInRange ? sum >> 8 : DivideBy256(sum) & 0xFFu;
 }
 
 template <bool kInRange> FLOWER_BLOCK V ShapedCrossFade(V a, V b, V weights)
@@ -234,25 +207,20 @@ template <bool kInRange> FLOWER_BLOCK V ShapedCrossFade(V a, V b, V weights)
     return Select(Eq32(a, b), a, Pack16(Pack32(q0, q1), Pack32(q2, q3)));
 }
 
-template <bool kInRange>
-int ShapedCrossFadeBody(char* dst, const char* srcA, const char* srcB, int count, int weightA,
-                        int weightB)
-{
-    const V weights = Splat32((u32(weightB) & 0xFFFFu) << 16 | (u32(weightA) & 0xFFFFu));
-    int i = 0;
-    for (; i + kPels <= count; i += kPels)
-        Store(dst, i, ShapedCrossFade<kInRange>(Load(srcA, i), Load(srcB, i), weights));
-    return i;
-}
-
 void ShapedCrossFadeRow(char* dst, const char* srcA, const char* srcB, int count, int weightA,
                         int weightB)
 {
+    const V weights = Splat32((u32(weightB) & 0xFFFFu) << 16 | (u32(weightA) & 0xFFFFu));
+    const auto fade = [=](auto inRange) {
+        return ForBlocks(count, [=](int x) {
+            Store(dst, x, ShapedCrossFade<inRange>(Load(srcA, x), Load(srcB, x), weights));
+        });
+    };
     int i = 0;
     if (weightA >= 0 && weightB >= 0 && weightA <= 256 - weightB)
-        i = ShapedCrossFadeBody<true>(dst, srcA, srcB, count, weightA, weightB);
+        i = fade(std::true_type());
     else if (FitsInt16(weightA) && FitsInt16(weightB))
-        i = ShapedCrossFadeBody<false>(dst, srcA, srcB, count, weightA, weightB);
+        i = fade(std::false_type());
     kMixScalar.shapedCrossFade(At(dst, i), At(srcA, i), At(srcB, i), count - i, weightA, weightB);
 }
 

@@ -56,49 +56,34 @@ template <int N> FLOWER_BLOCK V Mix(const char* const lines[N], const V (&w)[N],
     return Keep(live, b | g << 8 | r << 16 | (s >> 8) << 24);
 }
 
-template <int N>
-void MixRow(char* dst, const char* const lines[N], const int weights[N], int width,
-            void (*scalar)(char*, const char* const*, const int*, int))
+template <int N> void MixRow(char* dst, const char* const lines[N], const int weights[N], int width)
 {
+    V w[N];
+    for (int k = 0; k < N; ++k)
+        w[k] = Splat32(u32(weights[k]));
     int x = 0;
-    if (WeightsFitFloats<N>(weights)) {
-        V w[N];
-        for (int k = 0; k < N; ++k)
-            w[k] = Splat32(u32(weights[k]));
-        for (; x + kPels <= width; x += kPels)
-            Store(dst, x, Mix<N>(lines, w, x));
-    }
+    if (WeightsFitFloats<N>(weights))
+        x = ForBlocks(width, [&](int i) { Store(dst, i, Mix<N>(lines, w, i)); });
     const char* rest[N];
     for (int k = 0; k < N; ++k)
         rest[k] = At(lines[k], x);
-    scalar(At(dst, x), rest, weights, width - x);
-}
-
-void MixTwoLines(char* dst, const char* const lines[2], const int weights[2], int width)
-{
-    MixRow<2>(dst, lines, weights, width, kRollScalar.mix2);
-}
-
-void MixThreeLines(char* dst, const char* const lines[3], const int weights[3], int width)
-{
-    MixRow<3>(dst, lines, weights, width, kRollScalar.mix3);
+    (N == 2 ? kRollScalar.mix2 : kRollScalar.mix3)(At(dst, x), rest, weights, width - x);
 }
 
 // A*scale wraps in 32 bits as the scalar product does.
 void CopyRowScaledAlpha(char* dst, const char* src, int width, u32 scale)
 {
-    int x = 0;
-    for (; x + kPels <= width; x += kPels) {
-        const V p = Load(src, x);
-        Store(dst, x, WithAlphas(p, (Alphas(p) * scale) >> 8));
-    }
+    const int x = ForBlocks(width, [=](int i) {
+        const V p = Load(src, i);
+        Store(dst, i, WithAlphas(p, (Alphas(p) * scale) >> 8));
+    });
     kRollScalar.copyScaledAlpha(At(dst, x), At(src, x), width - x, scale);
 }
 
 } // namespace
 
-const RollSet kRoll = {FLOWER_STRING(FLOWER_KERNEL_TARGET), CopyRowScaledAlpha, MixTwoLines,
-                       MixThreeLines};
+const RollSet kRoll = {FLOWER_STRING(FLOWER_KERNEL_TARGET), CopyRowScaledAlpha, MixRow<2>,
+                       MixRow<3>};
 
 } // namespace FLOWER_KERNEL_TARGET
 } // namespace Kernels

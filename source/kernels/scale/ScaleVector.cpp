@@ -118,9 +118,9 @@ void ReadRow(D4* terms, const Pel* row, i32 count)
 // Each lane as ClampChannel gives it once truncated: 255 from 255 up, 0 below 1.
 FLOWER_BLOCK I4 ClampedD4(D4 v)
 {
-    const D4 top = SplatD4(255.0);
+    const D4 top = D4{} + 255.0;
     v = v < top ? v : top;
-    return TruncateD4(v < 1.0 ? SplatD4(0.0) : v);
+    return __builtin_convertvector(v < 1.0 ? D4{} : v, I4);
 }
 
 // The sums of four pels, lanes across channels, as lanes across pels: b, g, r
@@ -193,7 +193,7 @@ void AddBand(const Work& work, i32 count, i32 width, const Band& band)
     for (i32 j = 0; j < count; ++j) {
         const PelTaps& h = work.taps[j];
         const D4* terms = work.terms + h.column;
-        D4 sums = kFirst ? SplatD4(0.0) : work.sums[j];
+        D4 sums = kFirst ? D4{} : work.sums[j];
         double rest = kFirst ? 1.0 : work.rest[j];
         for (i32 b = 0; b < band.rows; ++b, terms += width) {
             const bool withCorner = !(band.lastSkipsCorner && b + 1 == band.rows);
@@ -216,14 +216,12 @@ void AddBand(const Work& work, i32 count, i32 width, const Band& band)
     }
 }
 
-template <bool kFirst, bool kLast>
-void AddBandTo(const Work& work, i32 count, i32 width, const Band& band)
-{
-    if (*work.widest <= 2)
-        AddBand<kFirst, kLast, true>(work, count, width, band);
-    else
-        AddBand<kFirst, kLast, false>(work, count, width, band);
-}
+// AddBand by [first band][last band][narrow run].
+void (*const kAddBand[2][2][2])(const Work&, i32, i32, const Band&) = {
+    {{AddBand<false, false, false>, AddBand<false, false, true>},
+     {AddBand<false, true, false>, AddBand<false, true, true>}},
+    {{AddBand<true, false, false>, AddBand<true, false, true>},
+     {AddBand<true, true, false>, AddBand<true, true, true>}}};
 
 void ProduceRow(Pel* dst, const ScaleRowJob& job)
 {
@@ -247,14 +245,7 @@ void ProduceRow(Pel* dst, const ScaleRowJob& job)
             band.middleWeight[b] = band.weight[b] * job.hRatio;
             ReadRow(work.terms + std::ptrdiff_t(b) * width, job.rows[i], width);
         }
-        if (first == 0 && last)
-            AddBandTo<true, true>(work, count, width, band);
-        else if (first == 0)
-            AddBandTo<true, false>(work, count, width, band);
-        else if (last)
-            AddBandTo<false, true>(work, count, width, band);
-        else
-            AddBandTo<false, false>(work, count, width, band);
+        kAddBand[first == 0][last][*work.widest <= 2](work, count, width, band);
     }
     i32 j = 0;
     for (; j + 4 <= count; j += 4)
