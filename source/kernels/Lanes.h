@@ -249,6 +249,20 @@ template <class Rule, class T> FLOWER_BLOCK T Shuffle(T a, T b)
     return Shuffle<Rule>(a, b, std::make_index_sequence<sizeof(T) / sizeof(a[0])>());
 }
 
+// The even 16-bit lanes of `even` with the odd ones of `odd`.
+struct OddWordsRule {
+    static constexpr int From(int i) { return i & 1 ? i + kBytes / 2 : i; }
+};
+
+FLOWER_BLOCK V WithOddWords(V even, V odd)
+{
+#if defined(FLOWER_LANES_SSE2)
+    return (even & 0xFFFFu) | (odd & 0xFFFF0000u);
+#else
+    return V(Shuffle<OddWordsRule>(W(even), W(odd)));
+#endif
+}
+
 // Bytes of a and b interleaved, a0 b0 a1 b1 ..., from byte kHalf on in each block.
 template <int kHalf> struct Interleave8Rule {
     static constexpr int From(int i) { return (i & ~15) + kHalf + (i & 15) / 2 + (i & 1) * kBytes; }
