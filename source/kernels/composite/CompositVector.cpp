@@ -163,17 +163,6 @@ FLOWER_BLOCK V ScaleAlphas(V pels, V opacity)
     return WithAlphas(pels, Shr16(MulHigh16(product, Splat16(0x8081)), 7));
 }
 
-// Whole blocks through `block(i)`, the rest through the scalar routine from
-// byte `at` on.
-template <class Block, class Tail> void ForBlocks(int count, Block block, Tail tail)
-{
-    int i = 0;
-    for (; i + kPels <= count; i += kPels)
-        block(i);
-    if (i < count)
-        tail(std::ptrdiff_t(i) * 4, count - i);
-}
-
 // Which source row, if any, is the destination row.
 enum class Into { kNew, kBottom, kTop };
 
