@@ -105,11 +105,11 @@ FLOWER_BLOCK V StraightFilter(V s0, V s1, RowFilter& filter)
     const V a0 = Alphas(s0), a1 = Alphas(s1);
     const PelMask equalAlphas = Eq32(a0, a1);
     if (All(equalAlphas)) {
-        const PelMask clear = Eq32(a0, V{});
-        if (All(clear))
+        // The block's nine pels share one alpha: all clear, or none.
+        if (a0[0] == 0u)
             return V{};
         filter.dividing = false;
-        return Select(clear, V{}, Lerp(s0, s1, filter.cur, filter.next));
+        return Lerp(s0, s1, filter.cur, filter.next);
     }
     const Terms terms(a0, a1, filter.w0, filter.w1);
     if (!filter.dividing) {
