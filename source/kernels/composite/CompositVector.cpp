@@ -84,7 +84,9 @@ template <int k> FLOWER_BLOCK V BothWords(V v)
 // The same for blocks with both alphas of every pel in 1..254, in fewer steps:
 // blue and red take the even bytes' words, green and alpha the odd ones, the
 // alpha's reciprocal word 0. Alphas and weights fill both words of a lane:
-// 65536 * 65537 / (A * 65537), both exact, is the quotient above.
+// 65536 * 65537 / (A * 65537), both exact, is the quotient above. Only the
+// composite's own block loop takes it: inlined into the routines that share
+// Composit(), it made their loops slower than Weighted does.
 FLOWER_BLOCK V WeightedTranslucent(V top, V bottom)
 {
     const V oddTop = Shr16(top, 8), oddBottom = Shr16(bottom, 8);
