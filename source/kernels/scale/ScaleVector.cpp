@@ -115,12 +115,12 @@ void ReadRow(D4* terms, const Pel* row, i32 count)
     }
 }
 
-// Each lane as ClampChannel gives it once truncated: 255 from 255 up, 0 below 1.
+// Each lane as ClampChannel gives it: 255 from 255 up, 0 below 1. Truncating
+// first does both, as no sum reaches -1 or 2^31.
 FLOWER_BLOCK I4 ClampedD4(D4 v)
 {
-    const D4 top = D4{} + 255.0;
-    v = v < top ? v : top;
-    return __builtin_convertvector(v < 1.0 ? D4{} : v, I4);
+    const I4 whole = __builtin_convertvector(v, I4);
+    return whole < 255 ? whole : 255;
 }
 
 // The sums of four pels, lanes across channels, as lanes across pels: b, g, r
