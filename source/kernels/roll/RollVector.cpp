@@ -49,11 +49,11 @@ template <int N> FLOWER_BLOCK V Mix(const char* const lines[N], const V (&w)[N],
         s += ek;
     }
     // Lanes with s = 0 divide by 1 and are cleared below.
-    const PelMask live = NonZero32(s);
-    const F fs = ToFloat(Select(live, s, Splat32(1)));
+    const PelMask dead = Eq32(s, V{});
+    const F fs = ToFloat(AddOneWhere(dead, s));
     const V b = Quotient<N, 0>(p, e, fs), g = Quotient<N, 8>(p, e, fs);
     const V r = Quotient<N, 16>(p, e, fs);
-    return Keep(live, b | g << 8 | r << 16 | (s >> 8) << 24);
+    return Select(dead, V{}, b | g << 8 | r << 16 | (s >> 8) << 24);
 }
 
 template <int N> void MixRow(char* dst, const char* const lines[N], const int weights[N], int width)
