@@ -105,7 +105,7 @@ FLOWER_BLOCK V StraightFilter(V s0, V s1, RowFilter& filter)
     const V a0 = Alphas(s0), a1 = Alphas(s1);
     const PelMask equalAlphas = Eq32(a0, a1);
     if (All(equalAlphas)) {
-        // The block's nine pels share one alpha: all clear, or none.
+        // The block's pels and the one after share one alpha: all clear, or none.
         if (a0[0] == 0u)
             return V{};
         filter.dividing = false;
