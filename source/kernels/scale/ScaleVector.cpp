@@ -3,12 +3,16 @@
 //
 // A pel's sums take its footprint's terms in the reference order, so while
 // summing, lanes never mix pels and only the channels share an instruction.
-// The rows of a footprint are taken one at a time for the whole run: each
-// source pel of the row is turned into its four terms once (products of two
-// bytes, exact in a double), whichever output pels read it, and the sums wait
-// in the working memory between bands of rows. The horizontal taps of the run
-// are worked out once, before its first row. The quotients, where the pels
-// are independent, take four pels at a time.
+// The run is taken in chunks of pels, each through all its footprint rows
+// before the next. A chunk whose footprints are clear is written as zero bytes
+// without sums, as the scalar set writes every pel whose alpha sums to less
+// than 1: there every term is 0, whatever the weights. Within a
+// chunk the rows are taken one at a time: each source pel of the row is turned
+// into its four terms once (products of two bytes, exact in a double),
+// whichever output pels read it, and the sums wait in the working memory
+// between bands of rows. The horizontal taps of the run are worked out once,
+// before its first row. The quotients, where the pels are independent, take
+// four pels at a time.
 //
 // Only the sets' own functions are defined here and nothing inline of the
 // library is called: a copy built with wider instructions must not be the one
@@ -36,6 +40,16 @@ struct PelTaps {
 
 constexpr std::size_t kAlign = 64;
 
+// Output pels per chunk: a multiple of the four that StoreResults takes, few
+// enough for the terms of a shrink by up to 2x to stay in the first-level
+// cache, and enough to make the work per chunk small beside its sums.
+constexpr i32 kChunk = 128;
+
+std::size_t Chunks(std::size_t count)
+{
+    return (count + kChunk - 1) / kChunk;
+}
+
 std::size_t Rounded(std::size_t bytes)
 {
     return (bytes + kAlign - 1) / kAlign * kAlign;
@@ -45,12 +59,13 @@ std::size_t Rounded(std::size_t bytes)
 // memory only between bands of this many rows.
 constexpr i32 kBand = 4;
 
-// The working memory of a run: the columns it reads, the taps, each pel's sums
-// and remaining weight between bands, and the terms of a band's rows.
+// The working memory of a run: the widest footprint, the taps, the end of each
+// chunk's columns, each pel's sums and remaining weight between bands, and the
+// terms of a band's rows.
 struct Work {
-    i32* width;  // columns the run reads
     i32* widest; // columns the widest pel reads
     PelTaps* taps;
+    i32* ends;
     D4* sums;
     double* rest;
     D4* terms;
@@ -58,11 +73,12 @@ struct Work {
     Work(void* columns, std::size_t count)
     {
         char* at = static_cast<char*>(columns);
-        width = reinterpret_cast<i32*>(at);
-        widest = width + 1;
+        widest = reinterpret_cast<i32*>(at);
         at += kAlign;
         taps = reinterpret_cast<PelTaps*>(at);
         at += Rounded(count * sizeof(PelTaps));
+        ends = reinterpret_cast<i32*>(at);
+        at += Rounded(Chunks(count) * sizeof(i32));
         sums = reinterpret_cast<D4*>(at);
         at += Rounded(count * sizeof(D4));
         rest = reinterpret_cast<double*>(at);
@@ -76,8 +92,9 @@ std::size_t ColumnBytes(i32 count, i32 width)
     if (count < 1 || width < 1)
         return 0;
     const std::size_t n = std::size_t(count);
-    return kAlign + Rounded(n * sizeof(PelTaps)) + Rounded(n * sizeof(D4)) +
-           Rounded(n * sizeof(double)) + std::size_t(kBand) * std::size_t(width) * sizeof(D4);
+    return kAlign + Rounded(n * sizeof(PelTaps)) + Rounded(Chunks(n) * sizeof(i32)) +
+           Rounded(n * sizeof(D4)) + Rounded(n * sizeof(double)) +
+           std::size_t(kBand) * std::size_t(width) * sizeof(D4);
 }
 
 void PrepareColumns(void* columns, const ScaleRowJob& job)
@@ -86,7 +103,7 @@ void PrepareColumns(void* columns, const ScaleRowJob& job)
         return;
     const Work work(columns, std::size_t(job.count));
     i32 column = 0;
-    *work.width = *work.widest = 0;
+    *work.widest = 0;
     for (i32 j = 0; j < job.count; ++j) {
         const Taps h(job.horizontal[j]);
         const bool two = h.Total() == 2;
@@ -94,8 +111,9 @@ void PrepareColumns(void* columns, const ScaleRowJob& job)
         work.taps[j] = PelTaps{column,    h.middle,    h.hasLast,
                                h.Total(), two ? 1 : 0, h.first,
                                h.last,    next,        h.hasLast ? 0.0 : next};
-        if (column + h.Total() > *work.width)
-            *work.width = column + h.Total();
+        i32& end = work.ends[j / kChunk];
+        if (j % kChunk == 0 || column + h.Total() > end)
+            end = column + h.Total();
         if (h.Total() > *work.widest)
             *work.widest = h.Total();
         column += job.horizontal[j].advance;
@@ -175,24 +193,47 @@ FLOWER_BLOCK void AddRow(D4& sums, double& rest, const D4* terms, double rowWeig
     }
 }
 
-// Weights of the rows of one band.
+// The rows of one band and their weights.
 struct Band {
-    i32 rows;
+    i32 first, rows;
+    bool last;            // the footprint's last band
     bool lastSkipsCorner; // the band's last row is a last row with a last column
     double weight[kBand], middleWeight[kBand];
 };
 
-// Every pel of the run through the rows of one band: the first band starts the
+Band MakeBand(const ScaleRowJob& job, const Taps& v, i32 first)
+{
+    Band band;
+    band.first = first;
+    band.rows = v.Total() - first < kBand ? v.Total() - first : kBand;
+    band.last = first + band.rows == v.Total();
+    band.lastSkipsCorner = v.hasLast && band.last;
+    for (i32 b = 0; b < band.rows; ++b) {
+        const i32 i = first + b;
+        band.weight[b] = i == 0 ? v.first : i <= v.middle ? job.vRatio : v.last;
+        band.middleWeight[b] = band.weight[b] * job.hRatio;
+    }
+    return band;
+}
+
+// The pels of one chunk, and the columns they read.
+struct Chunk {
+    i32 first, end;   // pels
+    i32 start, width; // columns
+};
+
+// Every pel of a chunk through the rows of one band: the first band starts the
 // sums, the last one adds the last pixel read once more. Runs whose pels read
 // at most two columns each (kNarrow) take the second from `second`, padded
 // with weight 0: the same terms in the same order, with no branch on the shape
 // of a footprint.
 template <bool kFirst, bool kLast, bool kNarrow>
-void AddBand(const Work& work, i32 count, i32 width, const Band& band)
+void AddBand(const Work& work, const Chunk& chunk, const Band& band)
 {
-    for (i32 j = 0; j < count; ++j) {
+    const i32 width = chunk.width;
+    for (i32 j = chunk.first; j < chunk.end; ++j) {
         const PelTaps& h = work.taps[j];
-        const D4* terms = work.terms + h.column;
+        const D4* terms = work.terms + (h.column - chunk.start);
         D4 sums = kFirst ? D4{} : work.sums[j];
         double rest = kFirst ? 1.0 : work.rest[j];
         for (i32 b = 0; b < band.rows; ++b, terms += width) {
@@ -217,11 +258,48 @@ void AddBand(const Work& work, i32 count, i32 width, const Band& band)
 }
 
 // AddBand by [first band][last band][narrow run].
-void (*const kAddBand[2][2][2])(const Work&, i32, i32, const Band&) = {
+void (*const kAddBand[2][2][2])(const Work&, const Chunk&, const Band&) = {
     {{AddBand<false, false, false>, AddBand<false, false, true>},
      {AddBand<false, true, false>, AddBand<false, true, true>}},
     {{AddBand<true, false, false>, AddBand<true, false, true>},
      {AddBand<true, true, false>, AddBand<true, true, true>}}};
+
+// Whether every pel a chunk reads, in every row of the footprint, is clear.
+bool ClearChunk(const ScaleRowJob& job, i32 rows, const Chunk& chunk)
+{
+    for (i32 i = 0; i < rows; ++i) {
+        const Pel* row = job.rows[i] + chunk.start;
+        u32 alphas = 0;
+        for (i32 x = 0; x < chunk.width; ++x)
+            alphas |= row[x];
+        if (alphas >> 24)
+            return false;
+    }
+    return true;
+}
+
+// A chunk's pels through one band of rows.
+void SumBand(const Work& work, const ScaleRowJob& job, const Chunk& chunk, const Band& band)
+{
+    for (i32 b = 0; b < band.rows; ++b)
+        ReadRow(work.terms + std::ptrdiff_t(b) * chunk.width,
+                job.rows[band.first + b] + chunk.start, chunk.width);
+    kAddBand[band.first == 0][band.last][*work.widest <= 2](work, chunk, band);
+}
+
+void StoreChunk(Pel* dst, const Work& work, const Chunk& chunk)
+{
+    i32 j = chunk.first;
+    for (; j + 4 <= chunk.end; j += 4)
+        StoreResults(dst + j, work.sums + j);
+    if (j < chunk.end) {
+        D4 sums[4] = {};
+        Pel pels[4];
+        std::memcpy(sums, work.sums + j, std::size_t(chunk.end - j) * sizeof(D4));
+        StoreResults(pels, sums);
+        std::memcpy(dst + j, pels, std::size_t(chunk.end - j) * sizeof(Pel));
+    }
+}
 
 void ProduceRow(Pel* dst, const ScaleRowJob& job)
 {
@@ -229,33 +307,23 @@ void ProduceRow(Pel* dst, const ScaleRowJob& job)
         return;
     if (!job.columns)
         return kScaleScalar.produceRow(dst, job);
-    const i32 count = job.count;
-    const Work work(job.columns, std::size_t(count));
-    const i32 width = *work.width;
+    const Work work(job.columns, std::size_t(job.count));
     const Taps v(*job.vertical);
     const i32 rows = v.Total();
-    for (i32 first = 0; first < rows; first += kBand) {
-        Band band;
-        band.rows = rows - first < kBand ? rows - first : kBand;
-        const bool last = first + band.rows == rows;
-        band.lastSkipsCorner = v.hasLast && last;
-        for (i32 b = 0; b < band.rows; ++b) {
-            const i32 i = first + b;
-            band.weight[b] = i == 0 ? v.first : i <= v.middle ? job.vRatio : v.last;
-            band.middleWeight[b] = band.weight[b] * job.hRatio;
-            ReadRow(work.terms + std::ptrdiff_t(b) * width, job.rows[i], width);
+    const Band firstBand = MakeBand(job, v, 0);
+    for (i32 j = 0; j < job.count; j += kChunk) {
+        Chunk chunk;
+        chunk.first = j;
+        chunk.end = job.count - j < kChunk ? job.count : j + kChunk;
+        chunk.start = work.taps[j].column;
+        chunk.width = work.ends[j / kChunk] - chunk.start;
+        if (ClearChunk(job, rows, chunk)) {
+            std::memset(dst + j, 0, std::size_t(chunk.end - j) * sizeof(Pel));
+            continue;
         }
-        kAddBand[first == 0][last][*work.widest <= 2](work, count, width, band);
-    }
-    i32 j = 0;
-    for (; j + 4 <= count; j += 4)
-        StoreResults(dst + j, work.sums + j);
-    if (j < count) {
-        D4 sums[4] = {};
-        Pel pels[4];
-        std::memcpy(sums, work.sums + j, std::size_t(count - j) * sizeof(D4));
-        StoreResults(pels, sums);
-        std::memcpy(dst + j, pels, std::size_t(count - j) * sizeof(Pel));
+        for (i32 first = 0; first < rows; first += kBand)
+            SumBand(work, job, chunk, first == 0 ? firstBand : MakeBand(job, v, first));
+        StoreChunk(dst, work, chunk);
     }
 }
 
