@@ -3,16 +3,15 @@
 //
 // A pel's sums take its footprint's terms in the reference order, so while
 // summing, lanes never mix pels and only the channels share an instruction.
-// The run is taken in chunks of pels, each through all its footprint rows
-// before the next. A chunk whose footprints are clear is written as zero bytes
-// without sums, as the scalar set writes every pel whose alpha sums to less
-// than 1: there every term is 0, whatever the weights. Within a
-// chunk the rows are taken one at a time: each source pel of the row is turned
-// into its four terms once (products of two bytes, exact in a double),
-// whichever output pels read it, and the sums wait in the working memory
-// between bands of rows. The horizontal taps of the run are worked out once,
-// before its first row. The quotients, where the pels are independent, take
-// four pels at a time.
+// The run is cut into chunks of pels. A chunk whose footprints are clear is
+// written as zero bytes without sums, as the scalar set writes every pel whose
+// alpha sums to less than 1: there every term is 0, whatever the weights.
+// Each stretch of other chunks is taken through its footprint rows one at a
+// time: each source pel of the row is turned into its four terms once
+// (products of two bytes, exact in a double), whichever output pels read it,
+// and the sums wait in the working memory between bands of rows. The
+// horizontal taps of the run are worked out once, before its first row. The
+// quotients, where the pels are independent, take four pels at a time.
 //
 // Only the sets' own functions are defined here and nothing inline of the
 // library is called: a copy built with wider instructions must not be the one
@@ -40,10 +39,9 @@ struct PelTaps {
 
 constexpr std::size_t kAlign = 64;
 
-// Output pels per chunk: a multiple of the four that StoreResults takes, few
-// enough for the terms of a shrink by up to 2x to stay in the first-level
-// cache, and enough to make the work per chunk small beside its sums.
-constexpr i32 kChunk = 128;
+// Output pels per chunk: a multiple of the four that StoreResults takes, and
+// few enough for the clear gaps between the words of a title.
+constexpr i32 kChunk = 32;
 
 std::size_t Chunks(std::size_t count)
 {
@@ -176,8 +174,8 @@ FLOWER_BLOCK void StoreResults(Pel* dst, const D4* sums)
 }
 
 // One footprint row of one pel; each weight is rowWeight x column weight.
-FLOWER_BLOCK void AddRow(D4& sums, double& rest, const D4* terms, double rowWeight,
-                         double middleWeight, const PelTaps& h, bool withCorner)
+FLOWER_BLOCK void AddFootprintRow(D4& sums, double& rest, const D4* terms, double rowWeight,
+                                  double middleWeight, const PelTaps& h, bool withCorner)
 {
     double w = rowWeight * h.first;
     sums += terms[0] * w;
@@ -222,26 +220,29 @@ struct Chunk {
     i32 start, width; // columns
 };
 
-// Every pel of a chunk through the rows of one band: the first band starts the
-// sums, the last one adds the last pixel read once more. Runs whose pels read
-// at most two columns each (kNarrow) take the second from `second`, padded
-// with weight 0: the same terms in the same order, with no branch on the shape
-// of a footprint.
-template <bool kFirst, bool kLast, bool kNarrow>
-void AddBand(const Work& work, const Chunk& chunk, const Band& band)
-{
-    const i32 width = chunk.width;
-    for (i32 j = chunk.first; j < chunk.end; ++j) {
-        const PelTaps& h = work.taps[j];
-        const D4* terms = work.terms + (h.column - chunk.start);
-        D4 sums = kFirst ? D4{} : work.sums[j];
-        double rest = kFirst ? 1.0 : work.rest[j];
-        for (i32 b = 0; b < band.rows; ++b, terms += width) {
-            const bool withCorner = !(band.lastSkipsCorner && b + 1 == band.rows);
-            if (!kNarrow) {
-                AddRow(sums, rest, terms, band.weight[b], band.middleWeight[b], h, withCorner);
-                continue;
-            }
+// One pel's sums through the rows of one band: the first band starts the sums,
+// the last one adds the last pixel read once more. Runs whose pels read at
+// most two columns each (kNarrow) take the second from `second`, padded with
+// weight 0: the same terms in the same order, with no branch on the shape of a
+// footprint.
+template <bool kFirst, bool kLast, bool kNarrow> struct PelSums {
+    const PelTaps& h;
+    const D4* terms;
+    D4 sums;
+    double rest;
+
+    FLOWER_BLOCK PelSums(const Work& work, const Chunk& chunk, i32 j)
+        : h(work.taps[j]), terms(work.terms + (h.column - chunk.start)),
+          sums(kFirst ? D4{} : work.sums[j]), rest(kFirst ? 1.0 : work.rest[j])
+    {
+    }
+
+    FLOWER_BLOCK void AddRow(const Band& band, i32 b, i32 width)
+    {
+        const bool withCorner = !(band.lastSkipsCorner && b + 1 == band.rows);
+        if (!kNarrow) {
+            AddFootprintRow(sums, rest, terms, band.weight[b], band.middleWeight[b], h, withCorner);
+        } else {
             const double w0 = band.weight[b] * h.first;
             sums += terms[0] * w0;
             rest -= w0;
@@ -249,11 +250,41 @@ void AddBand(const Work& work, const Chunk& chunk, const Band& band)
             sums += terms[h.second] * w1;
             rest -= w1;
         }
+        terms += width;
+    }
+
+    FLOWER_BLOCK void Finish(const Work& work, i32 j, i32 width)
+    {
         if (kLast)
             sums += terms[(kNarrow ? h.second : h.total - 1) - width] * rest;
         else
             work.rest[j] = rest;
         work.sums[j] = sums;
+    }
+};
+
+// Every pel of a chunk through the rows of one band, two pels side by side:
+// the chains of additions of one pel are long, of two they overlap.
+template <bool kFirst, bool kLast, bool kNarrow>
+void AddBand(const Work& work, const Chunk& chunk, const Band& band)
+{
+    typedef PelSums<kFirst, kLast, kNarrow> Sums;
+    const i32 width = chunk.width;
+    i32 j = chunk.first;
+    for (; j + 2 <= chunk.end; j += 2) {
+        Sums one(work, chunk, j), two(work, chunk, j + 1);
+        for (i32 b = 0; b < band.rows; ++b) {
+            one.AddRow(band, b, width);
+            two.AddRow(band, b, width);
+        }
+        one.Finish(work, j, width);
+        two.Finish(work, j + 1, width);
+    }
+    if (j < chunk.end) {
+        Sums one(work, chunk, j);
+        for (i32 b = 0; b < band.rows; ++b)
+            one.AddRow(band, b, width);
+        one.Finish(work, j, width);
     }
 }
 
@@ -301,6 +332,20 @@ void StoreChunk(Pel* dst, const Work& work, const Chunk& chunk)
     }
 }
 
+// Chunks `k` up to `end`: their pels and the columns these read.
+Chunk ChunksFrom(const Work& work, i32 count, i32 k, i32 end)
+{
+    Chunk chunk;
+    chunk.first = k * kChunk;
+    chunk.end = end * kChunk < count ? end * kChunk : count;
+    chunk.start = work.taps[chunk.first].column;
+    chunk.width = 0;
+    for (; k < end; ++k)
+        if (work.ends[k] - chunk.start > chunk.width)
+            chunk.width = work.ends[k] - chunk.start;
+    return chunk;
+}
+
 void ProduceRow(Pel* dst, const ScaleRowJob& job)
 {
     if (job.count < 1)
@@ -311,19 +356,27 @@ void ProduceRow(Pel* dst, const ScaleRowJob& job)
     const Taps v(*job.vertical);
     const i32 rows = v.Total();
     const Band firstBand = MakeBand(job, v, 0);
-    for (i32 j = 0; j < job.count; j += kChunk) {
-        Chunk chunk;
-        chunk.first = j;
-        chunk.end = job.count - j < kChunk ? job.count : j + kChunk;
-        chunk.start = work.taps[j].column;
-        chunk.width = work.ends[j / kChunk] - chunk.start;
-        if (ClearChunk(job, rows, chunk)) {
-            std::memset(dst + j, 0, std::size_t(chunk.end - j) * sizeof(Pel));
+    const i32 chunks = i32(Chunks(std::size_t(job.count)));
+    // Chunks that are not clear are summed together, from `open` on, so that
+    // pictures with no clear stretch run as one long chunk.
+    i32 open = 0;
+    for (i32 k = 0; k <= chunks; ++k) {
+        const bool clear =
+            k < chunks && ClearChunk(job, rows, ChunksFrom(work, job.count, k, k + 1));
+        if (k < chunks && !clear)
             continue;
+        if (open < k) {
+            const Chunk chunk = ChunksFrom(work, job.count, open, k);
+            for (i32 first = 0; first < rows; first += kBand)
+                SumBand(work, job, chunk, first == 0 ? firstBand : MakeBand(job, v, first));
+            StoreChunk(dst, work, chunk);
         }
-        for (i32 first = 0; first < rows; first += kBand)
-            SumBand(work, job, chunk, first == 0 ? firstBand : MakeBand(job, v, first));
-        StoreChunk(dst, work, chunk);
+        if (clear) {
+            const i32 first = k * kChunk,
+                      end = first + kChunk < job.count ? first + kChunk : job.count;
+            std::memset(dst + first, 0, std::size_t(end - first) * sizeof(Pel));
+        }
+        open = k + 1;
     }
 }
 
