@@ -44,7 +44,9 @@ template <class F> bool Bind(void* library, F& f, const char* name, const char* 
 
 bool Load(const char* path, Build& build)
 {
-    void* library = dlmopen(LM_ID_NEWLM, path, RTLD_NOW | RTLD_LOCAL);
+    // A bare file name would send the loader to the system's directories.
+    const std::string file = std::strchr(path, '/') ? path : std::string("./") + path;
+    void* library = dlmopen(LM_ID_NEWLM, file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!library) {
         std::fprintf(stderr, "cannot load %s: %s\n", path, dlerror());
         return false;
