@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "florist.h"
 #include "florist/LayerRows.h"
@@ -419,6 +420,91 @@ void FillLine(Pel* line, i32 lineWidth, const LayerAccess& src, i32 k)
         GetCopyScanline()(line + at, RowAt(src, k), count);
 }
 
+// The bytes an access spans, first row to last.
+std::pair<std::uintptr_t, std::uintptr_t> BytesOf(const LayerAccess& a)
+{
+    const auto first = reinterpret_cast<std::uintptr_t>(RowAt(a, a.region.y));
+    const auto last = reinterpret_cast<std::uintptr_t>(RowAt(a, a.region.y + a.region.height - 1));
+    return {std::min(first, last), std::max(first, last) + std::uintptr_t(a.region.width) * 4};
+}
+
+bool Disjoint(const LayerAccess& a, const LayerAccess& b)
+{
+    const auto x = BytesOf(a), y = BytesOf(b);
+    return x.second <= y.first || y.second <= x.first;
+}
+
+// Source rows that would fill a whole line buffer from its column 0 are handed
+// to the scaler where they lie instead of being copied into the ring: the
+// scaler only reads its lines, and a whole line holds nothing of a line before.
+// Not where the destination shares memory with the source, whose rows must be
+// read as they were when fed. The ring's own buffers are put back however the
+// pump ends, as the control frees them with the ring's one block.
+class RingFeed {
+  public:
+    RingFeed(ScanlineControl& ctl, const LayerAccess& dst, const LayerAccess& src)
+        : ctl_(ctl), src_(src), ring_(ctl.lines[0]), lineWidth_(ctl.lineBytes / 4),
+          borrow_(src.region.x <= 0 && src.region.width >= lineWidth_ && !Florist::IsEmpty(src) &&
+                  Disjoint(dst, src))
+    {
+    }
+    ~RingFeed()
+    {
+        for (i32 i = 0; i < ctl_.lineCount; ++i)
+            ctl_.lines[i] = Own(i);
+    }
+    RingFeed(const RingFeed&) = delete;
+    RingFeed& operator=(const RingFeed&) = delete;
+
+    // Source row k into the line that GetBufferScaleScanline names.
+    void Line(i32 k)
+    {
+        const i32 slot = Wrap(i64(ctl_.head) + ctl_.held, ctl_.lineCount);
+        if (borrow_ && HoldsRow(src_, k)) {
+            ctl_.lines[slot] = RowAt(src_, k);
+            return;
+        }
+        ctl_.lines[slot] = Own(slot);
+        FillLine(ctl_.lines[slot], lineWidth_, src_, k);
+    }
+
+  private:
+    Pel* Own(i32 slot) const { return ring_ + std::ptrdiff_t(slot) * lineWidth_; }
+
+    ScanlineControl& ctl_;
+    const LayerAccess& src_;
+    Pel* const ring_;
+    const i32 lineWidth_;
+    const bool borrow_;
+};
+
+// Feeds source rows into the scaler and writes one destination row per
+// completed output; true when every row of the destination access is written.
+bool PumpRows(ScanlineControl& ctl, const LayerAccess& d, const LayerAccess& src)
+{
+    const i32 end = d.region.y + d.region.height;
+    i32 y = d.region.y;
+    i32 k = 0;
+    RingFeed feed(ctl, d, src);
+    feed.Line(k++);
+    ScaleScanline(RowAt(d, y), nullptr, &ctl);
+    while (y < end) {
+        if (ctl.needInput) {
+            feed.Line(k++);
+            if (!ctl.outputReady) {
+                ScaleScanline(RowAt(d, y), nullptr, &ctl);
+                continue;
+            }
+        }
+        if (!ctl.outputReady)
+            break; // the scaler has finished short of the access
+        if (++y >= end)
+            break;
+        ScaleScanline(RowAt(d, y), nullptr, &ctl);
+    }
+    return y >= end;
+}
+
 // Feeds source rows into the scaler and collects one destination row per
 // completed output, until every row of the destination access is written.
 bool DoSimpleScale(Marrow::StubLayer* dst, Marrow::StubLayer* src, ScanlineControl* ctl,
@@ -430,7 +516,6 @@ bool DoSimpleScale(Marrow::StubLayer* dst, Marrow::StubLayer* src, ScanlineContr
     if (!srcAccess.Begin(src))
         return false;
     const LayerAccess& d = *dstAccess;
-    const i32 lineWidth = ctl->lineBytes / 4;
     if (Florist::IsEmpty(d)) {
         srcAccess.End();
         if (update)
@@ -441,27 +526,8 @@ bool DoSimpleScale(Marrow::StubLayer* dst, Marrow::StubLayer* src, ScanlineContr
     if (ctl->runWidth > d.region.width)
         return false;
 
-    const i32 end = d.region.y + d.region.height;
-    i32 y = d.region.y;
-    i32 k = 0;
-    FillLine(GetBufferScaleScanline(ctl), lineWidth, *srcAccess, k++);
-    ScaleScanline(RowAt(d, y), nullptr, ctl);
-    while (y < end) {
-        if (ctl->needInput) {
-            FillLine(GetBufferScaleScanline(ctl), lineWidth, *srcAccess, k++);
-            if (!ctl->outputReady) {
-                ScaleScanline(RowAt(d, y), nullptr, ctl);
-                continue;
-            }
-        }
-        if (!ctl->outputReady)
-            break; // the scaler has finished short of the access
-        if (++y >= end)
-            break;
-        ScaleScanline(RowAt(d, y), nullptr, ctl);
-    }
+    const bool produced = PumpRows(*ctl, d, *srcAccess);
     srcAccess.End();
-    const bool produced = y >= end;
     if (produced && update)
         dstAccess.Notify();
     return produced;

@@ -269,3 +269,52 @@ TEST(ScaleScanline, RunsOfOneControlEachMatchTheModel)
     }
     EXPECT_TRUE(EndScaleScanline(ctl));
 }
+
+// A destination over the source's own memory sees each source row as it was
+// when the scaler took it, as a caller feeding the scanline interface row by
+// row, writing each finished row in place, would: shrinking and enlarging,
+// with the destination's rows above, on and below the source's.
+TEST(ResizeLayer, DestinationOverTheSourceReadsRowsAsFed)
+{
+    const int w = 24;
+    const int cases[][4] = {// source rows and first row, destination rows and first row
+                            {30, 0, 20, 0}, {30, 0, 20, 3},  {20, 3, 7, 9}, {10, 0, 20, 0},
+                            {10, 9, 20, 3}, {10, 17, 30, 9}, {30, 3, 7, 17}};
+    Rng rng(17);
+    for (const auto& c : cases) {
+        const int inH = c[0], from = c[1], outH = c[2], to = c[3];
+        SCOPED_TRACE(testing::Message()
+                     << inH << " rows from row " << from << " -> " << outH << " from row " << to);
+        const Pels start = RandomRow(rng, w * 48);
+        Pels got = start, want = start;
+        const auto view = [&](int row, int rows) {
+            return CreateCompatibleLayer(reinterpret_cast<u8*>(got.data() + row * w), w, rows,
+                                         w * 4, nullptr, nullptr);
+        };
+        Marrow::StubLayer *src = view(from, inH), *dst = view(to, outH);
+        ASSERT_TRUE(src && dst);
+        ASSERT_TRUE(ResizeLayer(dst, src, false));
+        DeleteLayer(dst);
+        DeleteLayer(src);
+
+        ScanlineControl* ctl = BeginScaleScanline(w, inH, w, outH);
+        ASSERT_NE(ctl, nullptr);
+        int k = 0;
+        auto feed = [&] { // rows past the source come in clear
+            Pel* line = GetBufferScaleScanline(ctl);
+            if (k < inH)
+                std::copy_n(want.begin() + (from + k) * w, w, line);
+            else
+                std::fill_n(line, w, 0u);
+            ++k;
+        };
+        feed();
+        while (ctl->row < ctl->height) {
+            ASSERT_EQ(ScaleScanline(&want[size_t((to + ctl->row) * w)], nullptr, ctl), 1);
+            if (ctl->needInput)
+                feed();
+        }
+        EndScaleScanline(ctl);
+        EXPECT_EQ(got, want);
+    }
+}

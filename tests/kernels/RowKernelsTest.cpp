@@ -101,7 +101,7 @@ std::vector<u32> Prefix(const std::vector<u32>& row, int count)
 // arguments pick, or 0 for the whole picture row by row as the scaler streams
 // it. A positive run is written with the set's prepared memory, then without
 // it; a negative one and a picture only with it, prepared once for every row.
-enum Content { kRandom, kFlat, kPalette, kTranslucent, kClear, kBlocks };
+enum Content { kRandom, kFlat, kPalette, kTranslucent, kClear, kBlocks, kSparse };
 
 std::vector<tagScaleList> ScaleList(int in, int out)
 {
@@ -157,7 +157,9 @@ Footprint Plan(const Args& a)
 // Random pels make quotients that are rarely near an integer; flat and
 // few-coloured pictures make them near or on one, where a kernel that takes a
 // shortcut for the division must still truncate as the division does.
-// Translucent and clear footprints give sums of alpha near and below 1.
+// Translucent and clear footprints give sums of alpha near and below 1; clear
+// pictures with a few pels of odd alpha give long clear stretches, with a pel
+// that is not clear anywhere in a footprint now and then.
 u32 MakePel(int content, const u32 palette[4], support::Rng& rng, int x, int y)
 {
     switch (content) {
@@ -175,6 +177,10 @@ u32 MakePel(int content, const u32 palette[4], support::Rng& rng, int x, int y)
         h ^= h >> 13;
         return h >> 8 | (h & 1 ? 0xFF000000u : 0);
     }
+    case kSparse:
+        if (rng.Below(700))
+            return rng.Next() & 0xFFFFFF;
+        return rng.Pel() | 0x01000000u;
     default:
         return palette[rng.Below(4)];
     }
@@ -676,6 +682,8 @@ std::vector<Routine> ScaleRows()
     }
     const std::vector<Args> frames = {{1920, 1280, 1080, 720, kRandom},
                                       {1920, 1280, 1080, 720, kBlocks},
+                                      {1920, 1280, 1080, 720, kSparse},
+                                      {1280, 3840, 720, 2160, kSparse},
                                       {768, 1920, 512, 1080, kRandom}};
     return {Row(
         Kernels::kScaleSets, "produceRow", 0,
