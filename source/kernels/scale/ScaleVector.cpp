@@ -298,6 +298,9 @@ void (*const kAddBand[2][2][2])(const Work&, const Chunk&, const Band&) = {
 // Whether every pel a chunk reads, in every row of the footprint, is clear.
 bool ClearChunk(const ScaleRowJob& job, i32 rows, const Chunk& chunk)
 {
+    // Most chunks that are not clear tell at their first pel.
+    if (job.rows[0][chunk.start] >> 24)
+        return false;
     for (i32 i = 0; i < rows; ++i) {
         const Pel* row = job.rows[i] + chunk.start;
         u32 alphas = 0;
