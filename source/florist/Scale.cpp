@@ -102,6 +102,12 @@ i32 Wrap(i64 index, i32 lineCount)
     return i32(index);
 }
 
+// The ring position of the line the caller fills next.
+i32 NextLine(const ScanlineControl& ctl)
+{
+    return Wrap(i64(ctl.head) + ctl.held, ctl.lineCount);
+}
+
 // The active set's working memory for the current run, kept after the row
 // pointers: the horizontal taps it holds are the same for every row of a run.
 // The key covers everything they derive from (lists follow from their sizes).
@@ -343,7 +349,7 @@ Pel* GetBufferScaleScanline(ScanlineControl* control)
 {
     if (!control || !control->valid)
         return nullptr;
-    return control->lines[Wrap(i64(control->head) + control->held, control->lineCount)];
+    return control->lines[NextLine(*control)];
 }
 
 int ScaleScanline(Pel* dst, const Pel* src, ScanlineControl* control)
@@ -459,7 +465,7 @@ class RingFeed {
     // Source row k into the line that GetBufferScaleScanline names.
     void Line(i32 k)
     {
-        const i32 slot = Wrap(i64(ctl_.head) + ctl_.held, ctl_.lineCount);
+        const i32 slot = NextLine(ctl_);
         if (borrow_ && HoldsRow(src_, k)) {
             ctl_.lines[slot] = RowAt(src_, k);
             return;
@@ -505,8 +511,8 @@ bool PumpRows(ScanlineControl& ctl, const LayerAccess& d, const LayerAccess& src
     return y >= end;
 }
 
-// Feeds source rows into the scaler and collects one destination row per
-// completed output, until every row of the destination access is written.
+// Scales the source layer's access into the destination's; true when every
+// destination row was written.
 bool DoSimpleScale(Marrow::StubLayer* dst, Marrow::StubLayer* src, ScanlineControl* ctl,
                    bool update)
 {
