@@ -1,8 +1,9 @@
 # make test : install missing Debian packages; build Release, Release without
 #             vector kernels, and sanitizer builds; run every test in each;
 #             fails on any failure or report.
-# make bench: build the speed suite (Release) and run it once, writing the
-#             tables and targets into docs/benchmarks.md.
+# make bench: build the speed suite (Release) and run it, writing the tables
+#             and targets into docs/benchmarks.md: every kernel once, the
+#             whole frames in BENCH_ROUNDS rounds (medians and spreads).
 # make test-aarch64: cross-build for AArch64 (NEON kernels) and run the whole
 #             test suite under qemu-user.
 # make demo : build everything, then render out/demo.png and out/demo.y4m
@@ -10,6 +11,7 @@
 #             built-in sample picture.
 
 JOBS ?= $(shell nproc)
+BENCH_ROUNDS ?= 5
 DEB_PACKAGES := cmake make g++ clang libclang-rt-14-dev pkg-config \
                 libgtest-dev libgmock-dev libbenchmark-dev \
                 libpng-dev libfreetype-dev libpixman-1-dev \
@@ -109,10 +111,10 @@ test-aarch64: build/aarch64/CMakeCache.txt
 	@# installed tree, which an x86-64 host cannot do for an AArch64 library.
 	cd build/aarch64 && ctest --output-on-failure -j $(JOBS) -LE install
 
-# Speed suite in one run; rewrites the generated part of docs/benchmarks.md.
+# Speed suite; rewrites the generated part of docs/benchmarks.md.
 bench: build/release/CMakeCache.txt
 	cmake --build build/release -j $(JOBS) --target flower_bench_speed
-	build/release/bench/speed/flower_bench_speed --markdown=docs/benchmarks.md
+	build/release/bench/speed/flower_bench_speed --markdown=docs/benchmarks.md --rounds=$(BENCH_ROUNDS)
 
 # make fuzz : build the libFuzzer targets under fuzz/ (clang, ASan + UBSan) and
 #             run each for FUZZ_SECONDS on a scratch copy of its corpus.

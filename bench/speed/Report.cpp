@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <ctime>
 #include <fstream>
+#include <functional>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -28,7 +29,7 @@ void CollectingReporter::ReportRuns(const std::vector<Run>& runs)
         if (cut != std::string::npos)
             name.resize(cut);
         const double seconds = run.cpu_accumulated_time / double(run.iterations);
-        const auto [it, fresh] = results_.emplace(name, seconds);
+        const auto [it, fresh] = rounds_.back().emplace(name, seconds);
         if (!fresh)
             it->second = std::min(it->second, seconds);
     }
@@ -95,6 +96,45 @@ std::string Times(double ratio)
     return ratio < 0 ? "—" : Format("%.2f×", ratio);
 }
 
+// --- rounds ----------------------------------------------------------------------
+
+// One figure over the rounds that measured it: the median, and the lowest and
+// highest round.
+struct Spread {
+    double median = -1.0, low = -1.0, high = -1.0;
+    int runs = 0;
+};
+
+using Figure = std::function<double(const Results&)>;
+
+Spread Over(const Rounds& rounds, const Figure& figure)
+{
+    std::vector<double> values;
+    for (const Results& round : rounds) {
+        const double value = figure(round);
+        if (value >= 0)
+            values.push_back(value);
+    }
+    Spread s;
+    const std::size_t n = values.size();
+    if (n == 0)
+        return s;
+    std::sort(values.begin(), values.end());
+    s.median = n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
+    s.low = values.front();
+    s.high = values.back();
+    s.runs = int(n);
+    return s;
+}
+
+// "1.10× (0.95-1.28×)": the median, then the spread when there are several.
+std::string Shown(const Spread& s)
+{
+    if (s.runs < 2)
+        return Times(s.median);
+    return Times(s.median) + " (" + Format("%.2f", s.low) + "–" + Times(s.high) + ")";
+}
+
 int RowsOf(const std::string& mode)
 {
     return mode == "warm" ? kHeight : kCachedRows;
@@ -135,7 +175,7 @@ std::string Today()
     return text;
 }
 
-void Machine(std::ostream& out)
+void Machine(std::ostream& out, int rounds)
 {
     out << "Measured " << Today() << " on " << CpuModel() << ", "
         << std::thread::hardware_concurrency() << " cores (one used), built by " << Compiler()
@@ -147,7 +187,12 @@ void Machine(std::ostream& out)
         << Format("%.2f", kFrameMinTime) << " s for whole frames (" << kBaselineRepetitions
         << " for the baselines) and of " << kRowRepetitions << " of " << Format("%.2f", kRowMinTime)
         << " s for kernel rows, all in one run: the machine may be shared, and other work "
-           "only ever adds time.\n\n"
+           "only ever adds time. "
+        << (rounds > 1 ? "Whole frames and baselines ran in " + std::to_string(rounds) +
+                             " rounds; their figures are medians over the rounds, each "
+                             "ratio taken within its round, and targets give the lowest and "
+                             "highest round in brackets.\n\n"
+                       : std::string("\n\n"))
         << "Modes: *warm* processes one 1920x1080 frame (rows of " << kWidth
         << " pels, 8 MB per buffer, from the last-level cache at best); *cached* cycles "
         << kCachedRows
@@ -178,9 +223,25 @@ double Frame(const Results& r, const std::string& op, const std::string& variant
     return Find(r, {"frame", op, variant, content, "warm"});
 }
 
-void CompositTargets(std::ostream& out, const Results& r)
+double TwoBuffer(const Results& r)
 {
-    const double twoBuffer = Find(r, {"baseline", "two-buffer", "-", "any", "warm"});
+    return Find(r, {"baseline", "two-buffer", "-", "any", "warm"});
+}
+
+// Flower's speed over another variant's, or its time over the two-buffer pass's.
+double VersusFlower(const Results& r, const std::string& op, const std::string& variant,
+                    const std::string& content)
+{
+    return Ratio(Frame(r, op, variant, content), Frame(r, op, "flower", content));
+}
+
+double OfTwoBuffer(const Results& r, const std::string& op, const std::string& content)
+{
+    return Ratio(Frame(r, op, "flower", content), TwoBuffer(r));
+}
+
+void CompositTargets(std::ostream& out, const Rounds& rounds)
+{
     struct Case {
         const char* op;
         const char* content;
@@ -193,33 +254,34 @@ void CompositTargets(std::ostream& out, const Results& r)
         {"Composit", "opaque", "opaque top over an opaque bottom"},
     };
     for (const Case& c : cases) {
-        const double flower = Frame(r, c.op, "flower", c.content);
-        const double versusPixman = Ratio(Frame(r, c.op, "pixman", c.content), flower);
-        Line(out, {std::string("`Composit` in place, ") + c.what +
-                       ": at least as fast as "
-                       "pixman's OVER",
-                   versusPixman, Times(versusPixman) + " pixman's speed", versusPixman >= 1.0});
-        const double ofTwoBuffer = Ratio(flower, twoBuffer);
+        const Spread pixman = Over(
+            rounds, [&](const Results& r) { return VersusFlower(r, c.op, "pixman", c.content); });
+        Line(out,
+             {std::string("`Composit` in place, ") + c.what + ": at least as fast as pixman's OVER",
+              pixman.median, Shown(pixman) + " pixman's speed", pixman.median >= 1.0});
+        const Spread bar =
+            Over(rounds, [&](const Results& r) { return OfTwoBuffer(r, c.op, c.content); });
         Line(out, {std::string("`Composit` in place, ") + c.what +
                        ": within 1.5 times the two-buffer pass (warm)",
-                   ofTwoBuffer, Times(ofTwoBuffer) + " its time",
-                   ofTwoBuffer >= 0 && ofTwoBuffer <= 1.5});
+                   bar.median, Shown(bar) + " its time", bar.median >= 0 && bar.median <= 1.5});
     }
 }
 
-// The worst content decides; every content is shown.
-Target WorstOverContents(const std::string& what, double bar,
-                         double (*ratio)(const Results&, const std::string&), const Results& r)
+// Flower's speed over another variant's, by content: the worst content's
+// median decides; every content is shown.
+Target WorstOverContents(const std::string& what, double bar, const char* op, const char* variant,
+                         const Rounds& rounds)
 {
     double worst = -1.0;
     std::string shown;
     bool all = true;
     for (Content content : kContents) {
-        const double value = ratio(r, Name(content));
-        all = all && value >= 0;
-        if (value >= 0 && (worst < 0 || value < worst))
-            worst = value;
-        shown += (shown.empty() ? "" : ", ") + std::string(Name(content)) + " " + Times(value);
+        const Spread s = Over(
+            rounds, [&](const Results& r) { return VersusFlower(r, op, variant, Name(content)); });
+        all = all && s.median >= 0;
+        if (s.median >= 0 && (worst < 0 || s.median < worst))
+            worst = s.median;
+        shown += (shown.empty() ? "" : ", ") + std::string(Name(content)) + " " + Shown(s);
     }
     return {what, all ? worst : -1.0, shown, worst >= bar};
 }
@@ -297,33 +359,23 @@ void RoutineTargets(std::ostream& out, const Results& r)
         }
 }
 
-void Targets(std::ostream& out, const Results& r)
+void Targets(std::ostream& out, const Rounds& rounds)
 {
     out << "### Targets\n\n| target | measured | result |\n|---|---|---|\n";
-    CompositTargets(out, r);
-    Line(out,
-         WorstOverContents(
-             "`SubpixCrawlBlit` of a full-HD frame: at least 8 times the portable routine", 8.0,
-             [](const Results& res, const std::string& c) {
-                 return Ratio(Frame(res, "SubpixCrawlBlit", "portable", c),
-                              Frame(res, "SubpixCrawlBlit", "flower", c));
-             },
-             r));
+    CompositTargets(out, rounds);
     Line(out, WorstOverContents(
-                  "`ResizeLayer` 1920x1080 to 1280x720: at least half the speed of pixman's "
-                  "bilinear scaling",
-                  0.5,
-                  [](const Results& res, const std::string& c) {
-                      return Ratio(Frame(res, "ResizeLayer", "pixman", c),
-                                   Frame(res, "ResizeLayer", "flower", c));
-                  },
-                  r));
-    const double toFourK = Ratio(Frame(r, "ResizeLayerTo4K", "pixman", "opaque"),
-                                 Frame(r, "ResizeLayerTo4K", "flower", "opaque"));
+                  "`SubpixCrawlBlit` of a full-HD frame: at least 8 times the portable routine",
+                  8.0, "SubpixCrawlBlit", "portable", rounds));
+    Line(out, WorstOverContents("`ResizeLayer` 1920x1080 to 1280x720: at least half the speed "
+                                "of pixman's bilinear scaling",
+                                0.5, "ResizeLayer", "pixman", rounds));
+    const Spread toFourK = Over(rounds, [](const Results& r) {
+        return VersusFlower(r, "ResizeLayerTo4K", "pixman", "opaque");
+    });
     Line(out, {"`ResizeLayer` 1920x1080 to 3840x2160: at least half the speed of pixman's "
                "bilinear scaling",
-               toFourK, "opaque " + Times(toFourK), toFourK >= 0.5});
-    RoutineTargets(out, r);
+               toFourK.median, "opaque " + Shown(toFourK), toFourK.median >= 0.5});
+    RoutineTargets(out, rounds.front());
     out << "\nRatios are speeds: the portable routine's or pixman's time over Flower's; for "
            "the two-buffer bar, Flower's time over the pass's. Where a target spans contents "
            "the worst one decides.\n\n";
@@ -331,9 +383,9 @@ void Targets(std::ostream& out, const Results& r)
 
 // --- whole frames and baselines ---------------------------------------------------
 
-void Frames(std::ostream& out, const Results& r)
+void Frames(std::ostream& out, const Rounds& rounds)
 {
-    const double twoBuffer = Find(r, {"baseline", "two-buffer", "-", "any", "warm"});
+    const Results& r = rounds.front();
     out << "### Whole frames, 1920x1080, warm\n\n"
            "*flower*: the public operation with the vector sets this CPU runs; *portable*: "
            "the same call with the scalar set's row in the table slot; *pixman*: pixman "
@@ -351,17 +403,27 @@ void Frames(std::ostream& out, const Results& r)
             continue;
         seen.push_back({k.member, k.content});
     }
-    for (const auto& [op, content] : seen) {
-        const double portable = Frame(r, op, "portable", content);
-        const double flower = Frame(r, op, "flower", content);
-        const double pixman = Frame(r, op, "pixman", content);
-        out << "| " << op << " | " << content << " | " << Millis(portable) << " | "
-            << Millis(flower) << " | " << Times(Ratio(portable, flower)) << " | " << Millis(pixman)
-            << " | " << Times(Ratio(pixman, flower)) << " | " << Times(Ratio(flower, twoBuffer))
-            << " |\n";
+    for (const auto& [o, c] : seen) {
+        const std::string op = o, content = c;
+        const auto millis = [&](const char* variant) {
+            return Millis(Over(rounds, [&](const Results& x) {
+                              return Frame(x, op, variant, content);
+                          }).median);
+        };
+        const auto times = [&](const char* variant) {
+            return Times(Over(rounds, [&](const Results& x) {
+                             return VersusFlower(x, op, variant, content);
+                         }).median);
+        };
+        const double ofTwoBuffer =
+            Over(rounds, [&](const Results& x) { return OfTwoBuffer(x, op, content); }).median;
+        out << "| " << op << " | " << content << " | " << millis("portable") << " | "
+            << millis("flower") << " | " << times("portable") << " | " << millis("pixman") << " | "
+            << times("pixman") << " | " << Times(ofTwoBuffer) << " |\n";
     }
     out << "\n`ResizeLayer` is 1920x1080 to 1280x720, `ResizeLayerUp` 768x512 (the top "
-           "left of the frame) to 1920x1080, `ResizeLayerTo4K` 1920x1080 to 3840x2160. Composites are the same visual operation as "
+           "left of the frame) to 1920x1080, `ResizeLayerTo4K` 1920x1080 to 3840x2160. Composites "
+           "are the same visual operation as "
            "pixman's, not the same arithmetic (straight against premultiplied alpha; the "
            "program checks they agree within 4 per premultiplied channel); the scalers are "
            "different filters (Flower's exact double-precision one against pixman's 7-bit "
@@ -370,7 +432,9 @@ void Frames(std::ostream& out, const Results& r)
     out << "### Baselines\n\n| pass | mode | µs per row | GB/s moved |\n|---|---|---|---|\n";
     for (const char* pass : {"memcpy", "two-buffer"})
         for (const char* mode : {"warm", "cached"}) {
-            const double s = Find(r, {"baseline", pass, "-", "any", mode});
+            const double s = Over(rounds, [&](const Results& x) {
+                                 return Find(x, {"baseline", pass, "-", "any", mode});
+                             }).median;
             const int rows = RowsOf(mode);
             const double bytes = 2.0 * rows * kWidth * 4;
             out << "| " << pass << " | " << mode << " | " << (s < 0 ? "—" : Micros(s / rows))
@@ -419,20 +483,31 @@ void Family(std::ostream& out, const Results& r, const std::string& family,
 
 } // namespace
 
-std::string Markdown(const Results& results)
+std::string FramesToRepeat(const Results& round)
+{
+    std::string names;
+    for (const auto& entry : round) {
+        const Key k = Split(entry.first);
+        if (k.family == "frame" || k.family == "baseline")
+            names += (names.empty() ? "" : "|") + entry.first;
+    }
+    return names.empty() ? "" : "^(" + names + ")/";
+}
+
+std::string Markdown(const Rounds& rounds)
 {
     std::ostringstream out;
     out << kBegin << "\n## Speed suite (`make bench`)\n\n";
-    Machine(out);
-    Targets(out, results);
-    Frames(out, results);
-    for (const auto& family : Families(results))
-        Family(out, results, family.first, family.second);
+    Machine(out, int(rounds.size()));
+    Targets(out, rounds);
+    Frames(out, rounds);
+    for (const auto& family : Families(rounds.front()))
+        Family(out, rounds.front(), family.first, family.second);
     out << kEnd << "\n";
     return out.str();
 }
 
-bool WriteMarkdown(const std::string& path, const Results& results)
+bool WriteMarkdown(const std::string& path, const Rounds& rounds)
 {
     std::string before = "# Benchmarks\n\n", after;
     std::ifstream in(path);
@@ -454,7 +529,7 @@ bool WriteMarkdown(const std::string& path, const Results& results)
         after = std::string("\n") + kReasons +
                 "\nWhy each target not met is missed: (written by hand after a run).\n" + after;
     std::ofstream file(path, std::ios::trunc);
-    file << before << Markdown(results) << after;
+    file << before << Markdown(rounds) << after;
     return bool(file);
 }
 

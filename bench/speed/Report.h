@@ -14,22 +14,30 @@ namespace speed {
 // family/member/set/content/mode -> CPU seconds per iteration.
 using Results = std::map<std::string, double>;
 
-// Prints as the console reporter does and keeps every successful run.
+// The first round runs the whole suite; any further ones the whole frames and
+// the baselines again, so that their ratios can be told from a busy minute.
+using Rounds = std::vector<Results>;
+
+// Prints as the console reporter does and keeps every successful run, by round.
 class CollectingReporter : public benchmark::ConsoleReporter {
   public:
     void ReportRuns(const std::vector<Run>& runs) override;
-    const Results& results() const { return results_; }
+    void NextRound() { rounds_.emplace_back(); }
+    const Rounds& rounds() const { return rounds_; }
 
   private:
-    Results results_;
+    Rounds rounds_ = Rounds(1);
 };
 
-// The generated text between the markers, from one run.
-std::string Markdown(const Results& results);
+// A filter for the whole frames and baselines of a round, or "" when it has none.
+std::string FramesToRepeat(const Results& round);
+
+// The generated text between the markers.
+std::string Markdown(const Rounds& rounds);
 
 // Rewrites the generated part of `path`, keeping everything outside the
 // markers; false when the file cannot be written.
-bool WriteMarkdown(const std::string& path, const Results& results);
+bool WriteMarkdown(const std::string& path, const Rounds& rounds);
 
 } // namespace speed
 
