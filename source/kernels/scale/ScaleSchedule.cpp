@@ -1,11 +1,9 @@
-// The scaler's vector sets: the schedule of a run, shared by every target.
-//
-// The run is cut into chunks of pels. A chunk whose footprints are clear is
-// written as zero bytes without sums, as the scalar set writes every pel whose
-// alpha sums to less than 1: there every term is 0, whatever the weights.
-// Chunks that are not clear are summed together, a stretch at a time, so that
-// pictures with no clear stretch run as one long chunk. The horizontal taps of
-// the run are worked out once, before its first row.
+// The scaler's vector sets' schedule of a run. Its horizontal taps are worked
+// out once, before its first row. Each row is cut into chunks of pels: a chunk
+// whose footprints are clear is written as zero bytes without sums, as the
+// scalar set writes every pel whose alpha sums to less than 1 (there every term
+// is 0, whatever the weights). Other chunks are summed together, a stretch at a
+// time, so that pictures with no clear stretch run as one long chunk.
 #include "kernels/scale/ScaleSchedule.h"
 #include "kernels/scale/ScaleTaps.h"
 
@@ -96,14 +94,6 @@ Chunk ChunksFrom(const Work& work, i32 count, i32 k, i32 end)
     return chunk;
 }
 
-void SumStretch(Pel* dst, const Work& work, const ScaleRowJob& job, const Taps& v,
-                const Chunk& chunk, const StretchKernels& kernels)
-{
-    for (i32 first = 0; first < v.Total(); first += kBand)
-        kernels.sumBand(work, job, chunk, MakeBand(job, v, first));
-    kernels.store(dst, work, chunk);
-}
-
 } // namespace
 
 std::size_t ColumnBytes(i32 count, i32 width)
@@ -148,15 +138,18 @@ void ProduceRow(Pel* dst, const ScaleRowJob& job, const StretchKernels& kernels)
     const Work work = Layout(job.columns, std::size_t(job.count));
     const Taps v(*job.vertical);
     const i32 chunks = i32(Chunks(std::size_t(job.count)));
-    // Stretches end at a clear chunk and at the end of the run.
-    i32 open = 0;
+    i32 open = 0; // the first chunk of the stretch
     for (i32 k = 0; k <= chunks; ++k) {
         const bool clear =
             k < chunks && ClearChunk(job, v.Total(), ChunksFrom(work, job.count, k, k + 1));
         if (k < chunks && !clear)
             continue;
-        if (open < k)
-            SumStretch(dst, work, job, v, ChunksFrom(work, job.count, open, k), kernels);
+        if (open < k) {
+            const Chunk chunk = ChunksFrom(work, job.count, open, k);
+            for (i32 first = 0; first < v.Total(); first += kBand)
+                kernels.sumBand(work, job, chunk, MakeBand(job, v, first));
+            kernels.store(dst, work, chunk);
+        }
         if (clear) {
             const i32 first = k * kChunk,
                       end = first + kChunk < job.count ? first + kChunk : job.count;

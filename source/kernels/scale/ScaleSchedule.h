@@ -1,13 +1,8 @@
-// The part of the scaler's vector sets that is the same on every target: the
-// working memory of a run, its horizontal taps, the bands of footprint rows,
-// the chunks of a row and the walk over them. Built once, with the library's
-// own flags; each target supplies the sums and the results of a stretch of
-// chunks. Only data structs and plain functions here, so that no target can
-// lend a copy built with wider instructions to the rest.
+// The part of the scaler's vector sets that is the same on every target, built
+// once with the library's own flags. Only data structs and plain functions
+// here, so that no target lends a copy built with wider instructions to others.
 #ifndef FLOWER_SOURCE_SCALESCHEDULE_H
 #define FLOWER_SOURCE_SCALESCHEDULE_H
-
-#include <cstddef>
 
 #include "kernels/scale/ScaleKernels.h"
 
@@ -18,8 +13,7 @@ namespace ScaleSchedule {
 // memory only between bands of this many rows.
 constexpr i32 kBand = 4;
 
-// One pel's four sums or terms (b.a, g.a, r.a, a): the vector sources' D4.
-// Only the targets compute with it; the layout keeps it 32-byte aligned.
+// A pel's four sums or terms, the targets' D4; the layout aligns them to 32.
 typedef double Doubles4 __attribute__((vector_size(32)));
 
 // One output pel's horizontal taps. Adding a term with weight +0 leaves the
@@ -67,12 +61,9 @@ struct StretchKernels {
     void (*store)(Pel* dst, const Work& work, const Chunk& chunk);
 };
 
-// ScaleSet's columnBytes and prepareColumns, for every vector set.
+// ScaleSet's columnBytes and prepareColumns, and the walk of its produceRow.
 std::size_t ColumnBytes(i32 count, i32 width);
 void PrepareColumns(void* columns, const ScaleRowJob& job);
-
-// One row: clear chunks are written as zero bytes, every stretch of other
-// chunks goes to `kernels`.
 void ProduceRow(Pel* dst, const ScaleRowJob& job, const StretchKernels& kernels);
 
 } // namespace ScaleSchedule

@@ -1,14 +1,11 @@
-// The scaler's vector sets: the sums and the results of a stretch of chunks,
-// the four sums of a pel (b.a, g.a, r.a, a) in the lanes of one D4. The
-// schedule of the run, the same on every target, is ScaleSchedule's.
+// The scaler's vector sets: the sums of a stretch of chunks (ScaleSchedule cuts
+// the rows), a pel's four (b.a, g.a, r.a, a) in the lanes of one D4.
 //
-// A pel's sums take its footprint's terms in the reference order, so while
-// summing, lanes never mix pels and only the channels share an instruction.
-// A stretch is taken through its footprint rows a band at a time: each source
-// pel of a row is turned into its four terms once (products of two bytes,
-// exact in a double), whichever output pels read it, and the sums wait in the
-// working memory between bands. The quotients, where the pels are
-// independent, take four pels at a time.
+// A pel's sums take its footprint's terms in the reference order, so lanes
+// never mix pels and only the channels share an instruction. Each source pel
+// of a band's rows is turned into its four terms once (products of two bytes,
+// exact in a double), whichever output pels read it; the sums wait in the
+// working memory between bands. The quotients take four pels at a time.
 //
 // Only the sets' own functions are defined here and nothing inline of the
 // library is called: a copy built with wider instructions must not be the one
