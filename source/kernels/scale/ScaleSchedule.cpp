@@ -1,4 +1,4 @@
-// The scaler's vector sets' schedule of a run. Its horizontal taps are worked
+// The schedule of the scaler's vector sets. A run's horizontal taps are worked
 // out once, before its first row. Each row is cut into chunks of pels: a chunk
 // whose footprints are clear is written as zero bytes without sums, as the
 // scalar set writes every pel whose alpha sums to less than 1 (there every term
