@@ -32,8 +32,10 @@ endif()
 
 # Row loops are a few instructions long: where one happens to straddle a 64-byte
 # line its speed halves (measured on the scalar fill), so every kernel loop
-# starts on a 32-byte boundary.
-file(GLOB KERNEL_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/*/*Kernels*.cpp)
+# starts on a 32-byte boundary; so do the loops of the scaler's schedule, which
+# the vector sets share.
+file(GLOB KERNEL_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/*/*Kernels*.cpp
+     ${CMAKE_CURRENT_LIST_DIR}/scale/ScaleSchedule.cpp)
 foreach(src IN LISTS KERNEL_SOURCES)
   set_property(SOURCE ${src} TARGET_DIRECTORY flower_objects APPEND PROPERTY COMPILE_OPTIONS -falign-loops=32)
 endforeach()

@@ -1,5 +1,5 @@
 // The taps of one scale-list entry along its axis and the clamp of a sum,
-// shared by the scaler's sets.
+// shared by the scaler's reference set and its vector sets' schedule.
 // Its own internal copy in every file that includes it: the sets built with
 // wider instructions must not lend their copy of an inline function to the rest.
 #ifndef FLOWER_SOURCE_SCALETAPS_H

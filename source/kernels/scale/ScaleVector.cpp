@@ -1,23 +1,16 @@
-// The scaler's vector sets: the reference sums of each output pel, the four of
-// a pel (b.a, g.a, r.a, a) in the lanes of one D4.
+// The scaler's vector sets: the sums of a stretch of chunks (ScaleSchedule cuts
+// the rows), a pel's four (b.a, g.a, r.a, a) in the lanes of one D4.
 //
-// A pel's sums take its footprint's terms in the reference order, so while
-// summing, lanes never mix pels and only the channels share an instruction.
-// The run is cut into chunks of pels. A chunk whose footprints are clear is
-// written as zero bytes without sums, as the scalar set writes every pel whose
-// alpha sums to less than 1: there every term is 0, whatever the weights.
-// Each stretch of other chunks is taken through its footprint rows one at a
-// time: each source pel of the row is turned into its four terms once
-// (products of two bytes, exact in a double), whichever output pels read it,
-// and the sums wait in the working memory between bands of rows. The
-// horizontal taps of the run are worked out once, before its first row. The
-// quotients, where the pels are independent, take four pels at a time.
+// A pel's sums take its footprint's terms in the reference order, so lanes
+// never mix pels and only the channels share an instruction. Each source pel
+// of a band's rows is turned into its four terms once (products of two bytes,
+// exact in a double), whichever output pels read it; the sums wait in the
+// working memory between bands. The quotients take four pels at a time.
 //
 // Only the sets' own functions are defined here and nothing inline of the
 // library is called: a copy built with wider instructions must not be the one
 // the linker keeps for everybody.
-#include "kernels/scale/ScaleKernels.h"
-#include "kernels/scale/ScaleTaps.h"
+#include "kernels/scale/ScaleSchedule.h"
 
 #include "kernels/Lanes.h"
 
@@ -25,98 +18,7 @@ namespace Kernels {
 namespace FLOWER_KERNEL_TARGET {
 namespace {
 
-// One output pel's horizontal taps. Adding a term with weight +0 leaves the
-// sums, which are never -0, as they are.
-struct PelTaps {
-    i32 column; // its first column
-    i32 middle; // whole middle columns
-    i32 hasLast;
-    i32 total;  // columns read
-    i32 second; // the second column read, from the first, or 0
-    double first, last;
-    double next, nextBelow; // the second column's weight, and in a last row
-};
-
-constexpr std::size_t kAlign = 64;
-
-// Output pels per chunk: a multiple of the four that StoreResults takes, and
-// few enough for the clear gaps between the words of a title.
-constexpr i32 kChunk = 32;
-
-std::size_t Chunks(std::size_t count)
-{
-    return (count + kChunk - 1) / kChunk;
-}
-
-std::size_t Rounded(std::size_t bytes)
-{
-    return (bytes + kAlign - 1) / kAlign * kAlign;
-}
-
-// Footprint rows whose terms are held at once: the sums of a pel wait in
-// memory only between bands of this many rows.
-constexpr i32 kBand = 4;
-
-// The working memory of a run: the widest footprint, the taps, the end of each
-// chunk's columns, each pel's sums and remaining weight between bands, and the
-// terms of a band's rows.
-struct Work {
-    i32* widest; // columns the widest pel reads
-    PelTaps* taps;
-    i32* ends;
-    D4* sums;
-    double* rest;
-    D4* terms;
-
-    Work(void* columns, std::size_t count)
-    {
-        char* at = static_cast<char*>(columns);
-        widest = reinterpret_cast<i32*>(at);
-        at += kAlign;
-        taps = reinterpret_cast<PelTaps*>(at);
-        at += Rounded(count * sizeof(PelTaps));
-        ends = reinterpret_cast<i32*>(at);
-        at += Rounded(Chunks(count) * sizeof(i32));
-        sums = reinterpret_cast<D4*>(at);
-        at += Rounded(count * sizeof(D4));
-        rest = reinterpret_cast<double*>(at);
-        at += Rounded(count * sizeof(double));
-        terms = reinterpret_cast<D4*>(at);
-    }
-};
-
-std::size_t ColumnBytes(i32 count, i32 width)
-{
-    if (count < 1 || width < 1)
-        return 0;
-    const std::size_t n = std::size_t(count);
-    return kAlign + Rounded(n * sizeof(PelTaps)) + Rounded(Chunks(n) * sizeof(i32)) +
-           Rounded(n * sizeof(D4)) + Rounded(n * sizeof(double)) +
-           std::size_t(kBand) * std::size_t(width) * sizeof(D4);
-}
-
-void PrepareColumns(void* columns, const ScaleRowJob& job)
-{
-    if (job.count < 1)
-        return;
-    const Work work(columns, std::size_t(job.count));
-    i32 column = 0;
-    *work.widest = 0;
-    for (i32 j = 0; j < job.count; ++j) {
-        const Taps h(job.horizontal[j]);
-        const bool two = h.Total() == 2;
-        const double next = !two ? 0.0 : h.middle == 1 ? job.hRatio : h.last;
-        work.taps[j] = PelTaps{column,    h.middle,    h.hasLast,
-                               h.Total(), two ? 1 : 0, h.first,
-                               h.last,    next,        h.hasLast ? 0.0 : next};
-        i32& end = work.ends[j / kChunk];
-        if (j % kChunk == 0 || column + h.Total() > end)
-            end = column + h.Total();
-        if (h.Total() > *work.widest)
-            *work.widest = h.Total();
-        column += job.horizontal[j].advance;
-    }
-}
+using namespace ScaleSchedule;
 
 void ReadRow(D4* terms, const Pel* row, i32 count)
 {
@@ -190,35 +92,6 @@ FLOWER_BLOCK void AddFootprintRow(D4& sums, double& rest, const D4* terms, doubl
         rest -= w;
     }
 }
-
-// The rows of one band and their weights.
-struct Band {
-    i32 first, rows;
-    bool last;            // the footprint's last band
-    bool lastSkipsCorner; // the band's last row is a last row with a last column
-    double weight[kBand], middleWeight[kBand];
-};
-
-Band MakeBand(const ScaleRowJob& job, const Taps& v, i32 first)
-{
-    Band band;
-    band.first = first;
-    band.rows = v.Total() - first < kBand ? v.Total() - first : kBand;
-    band.last = first + band.rows == v.Total();
-    band.lastSkipsCorner = v.hasLast && band.last;
-    for (i32 b = 0; b < band.rows; ++b) {
-        const i32 i = first + b;
-        band.weight[b] = i == 0 ? v.first : i <= v.middle ? job.vRatio : v.last;
-        band.middleWeight[b] = band.weight[b] * job.hRatio;
-    }
-    return band;
-}
-
-// The pels of one chunk, and the columns they read.
-struct Chunk {
-    i32 first, end;   // pels
-    i32 start, width; // columns
-};
 
 // One pel's sums through the rows of one band: the first band starts the sums,
 // the last one adds the last pixel read once more. Runs whose pels read at
@@ -295,23 +168,6 @@ void (*const kAddBand[2][2][2])(const Work&, const Chunk&, const Band&) = {
     {{AddBand<true, false, false>, AddBand<true, false, true>},
      {AddBand<true, true, false>, AddBand<true, true, true>}}};
 
-// Whether every pel a chunk reads, in every row of the footprint, is clear.
-bool ClearChunk(const ScaleRowJob& job, i32 rows, const Chunk& chunk)
-{
-    // Most chunks that are not clear tell at their first pel.
-    if (job.rows[0][chunk.start] >> 24)
-        return false;
-    for (i32 i = 0; i < rows; ++i) {
-        const Pel* row = job.rows[i] + chunk.start;
-        u32 alphas = 0;
-        for (i32 x = 0; x < chunk.width; ++x)
-            alphas |= row[x];
-        if (alphas >> 24)
-            return false;
-    }
-    return true;
-}
-
 // A chunk's pels through one band of rows.
 void SumBand(const Work& work, const ScaleRowJob& job, const Chunk& chunk, const Band& band)
 {
@@ -335,58 +191,15 @@ void StoreChunk(Pel* dst, const Work& work, const Chunk& chunk)
     }
 }
 
-// Chunks `k` up to `end`: their pels and the columns these read.
-Chunk ChunksFrom(const Work& work, i32 count, i32 k, i32 end)
-{
-    Chunk chunk;
-    chunk.first = k * kChunk;
-    chunk.end = end * kChunk < count ? end * kChunk : count;
-    chunk.start = work.taps[chunk.first].column;
-    chunk.width = 0;
-    for (; k < end; ++k)
-        if (work.ends[k] - chunk.start > chunk.width)
-            chunk.width = work.ends[k] - chunk.start;
-    return chunk;
-}
-
 void ProduceRow(Pel* dst, const ScaleRowJob& job)
 {
-    if (job.count < 1)
-        return;
-    if (!job.columns)
-        return kScaleScalar.produceRow(dst, job);
-    const Work work(job.columns, std::size_t(job.count));
-    const Taps v(*job.vertical);
-    const i32 rows = v.Total();
-    const Band firstBand = MakeBand(job, v, 0);
-    const i32 chunks = i32(Chunks(std::size_t(job.count)));
-    // Chunks that are not clear are summed together, from `open` on, so that
-    // pictures with no clear stretch run as one long chunk.
-    i32 open = 0;
-    for (i32 k = 0; k <= chunks; ++k) {
-        const bool clear =
-            k < chunks && ClearChunk(job, rows, ChunksFrom(work, job.count, k, k + 1));
-        if (k < chunks && !clear)
-            continue;
-        if (open < k) {
-            const Chunk chunk = ChunksFrom(work, job.count, open, k);
-            for (i32 first = 0; first < rows; first += kBand)
-                SumBand(work, job, chunk, first == 0 ? firstBand : MakeBand(job, v, first));
-            StoreChunk(dst, work, chunk);
-        }
-        if (clear) {
-            const i32 first = k * kChunk,
-                      end = first + kChunk < job.count ? first + kChunk : job.count;
-            std::memset(dst + first, 0, std::size_t(end - first) * sizeof(Pel));
-        }
-        open = k + 1;
-    }
+    ScaleSchedule::ProduceRow(dst, job, StretchKernels{SumBand, StoreChunk});
 }
 
 } // namespace
 
-const ScaleSet kScale = {FLOWER_STRING(FLOWER_KERNEL_TARGET), ProduceRow, ColumnBytes,
-                         PrepareColumns};
+const ScaleSet kScale = {FLOWER_STRING(FLOWER_KERNEL_TARGET), ProduceRow,
+                         ScaleSchedule::ColumnBytes, ScaleSchedule::PrepareColumns};
 
 } // namespace FLOWER_KERNEL_TARGET
 } // namespace Kernels
