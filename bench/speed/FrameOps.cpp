@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <string>
 
 #include "PixelRoutinesLite.h"
@@ -470,12 +471,21 @@ Content OnlyContentOf(const Operation& op)
 
 } // namespace
 
+// The variants of one operation on one content run one after the other, so
+// that their ratios come from the same moments of a shared machine.
 void RegisterFrameOperations()
 {
-    for (const Operation& op : kOperations)
+    for (const Operation& first : kOperations) {
+        const auto sameName = [&](const Operation& op) {
+            return std::strcmp(op.name, first.name) == 0;
+        };
+        if (&first != std::find_if(std::begin(kOperations), std::end(kOperations), sameName))
+            continue;
         for (Content content : kContents)
-            if (op.everyContent || content == OnlyContentOf(op))
-                Register(FrameName(op.name, op.variant, content), op.run, content);
+            for (const Operation& op : kOperations)
+                if (sameName(op) && (op.everyContent || content == OnlyContentOf(op)))
+                    Register(FrameName(op.name, op.variant, content), op.run, content);
+    }
     for (Mode mode : {Mode::kWarm, Mode::kCached}) {
         const std::string suffix = std::string("/-/any/") + Name(mode);
         benchmark::RegisterBenchmark(("baseline/memcpy" + suffix).c_str(),
