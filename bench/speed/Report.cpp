@@ -228,13 +228,14 @@ double TwoBuffer(const Results& r)
     return Find(r, {"baseline", "two-buffer", "-", "any", "warm"});
 }
 
-// Flower's speed over another variant's, or its time over the two-buffer pass's.
+// Flower's speed over another variant's: the variant's time over Flower's.
 double VersusFlower(const Results& r, const std::string& op, const std::string& variant,
                     const std::string& content)
 {
     return Ratio(Frame(r, op, variant, content), Frame(r, op, "flower", content));
 }
 
+// Flower's time over the two-buffer pass's.
 double OfTwoBuffer(const Results& r, const std::string& op, const std::string& content)
 {
     return Ratio(Frame(r, op, "flower", content), TwoBuffer(r));
